@@ -33,4 +33,9 @@ BOOL FreeLibrary(HMODULE module);
 // Returns the exported function `procName` of `module`, or null with ERROR_PROC_NOT_FOUND.
 FARPROC GetProcAddress(HMODULE module, const char* procName);
 
+// The image base that the linker gave the module containing the caller (`__ImageBase` on Windows,
+// the ELF header on Linux): where that module is loaded unless it was relocated. Not a Win32
+// function; it stands in for the linker symbol, which only platform code may name.
+HMODULE GetLinkedImageBase();
+
 }  // namespace Platform

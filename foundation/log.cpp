@@ -1,0 +1,218 @@
+// The process-wide log: level test first, then the debug channel, the log file and the host's sink,
+// all through static buffers so that logging never allocates.
+#include "foundation/log.h"
+
+#include <cstdarg>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+
+#include "foundation/format.h"
+#include "platform/critical_section.h"
+#include "platform/debug_channel.h"
+#include "platform/module.h"
+#include "platform/utf.h"
+
+unsigned char logLockEnabled = 0;
+
+namespace {
+
+constexpr std::size_t kBufferCapacity = 2048;
+
+// Shared by every call; guarded by the log lock only while logLockEnabled is set.
+char16_t messageBufferW[kBufferCapacity];
+char messageBufferA[kBufferCapacity];
+char16_t debuggerBufferW[kBufferCapacity];
+char debuggerBufferA[kBufferCapacity];
+std::uint32_t lineCounter = 0;
+
+// The log's state; its destruction at process exit or library unload writes the closing lines.
+struct LogState {
+  int level = 2;
+  std::FILE* logFile = nullptr;
+  ILogSink* sink = nullptr;
+
+  ~LogState() { Shutdown(); }
+  void Shutdown();
+};
+
+LogState& State() {
+  static LogState state;
+  return state;
+}
+
+Platform::CRITICAL_SECTION& LockObject() {
+  // Built once and never deleted: reports may run in static destructors after any other would.
+  static Platform::CRITICAL_SECTION* section = [] {
+    auto* created = new Platform::CRITICAL_SECTION;
+    Platform::InitializeCriticalSectionAndSpinCount(created, 0);
+    return created;
+  }();
+  return *section;
+}
+
+class LockScope {
+public:
+  LockScope() { LogLock(); }
+  ~LockScope() { LogUnlock(); }
+  LockScope(const LockScope&) = delete;
+  LockScope& operator=(const LockScope&) = delete;
+};
+
+// Local time and its 24-character text ("Sat Nov 21 08:10:05 2026"), read under the log lock since
+// the C library keeps both in static storage.
+struct TimeStamp {
+  std::tm local{};
+  char text[25]{};
+};
+
+TimeStamp ReadTimeStamp() {
+  LockScope lock;
+  TimeStamp stamp;
+  std::time_t now = std::time(nullptr);
+  if (const std::tm* broken = std::localtime(&now)) {
+    stamp.local = *broken;
+    std::strncpy(stamp.text, std::asctime(broken), 24);
+    stamp.text[24] = 0;
+  }
+  return stamp;
+}
+
+void WriteFileLine(std::FILE* file, const char* message) {
+  TimeStamp stamp = ReadTimeStamp();
+  std::uint32_t number = lineCounter++;
+  std::fprintf(file, "%08d\t%02d:%02d:%02d\t%s\n", static_cast<int>(number), stamp.local.tm_hour, stamp.local.tm_min,
+               stamp.local.tm_sec, message);
+  std::fflush(file);
+}
+
+void LogState::Shutdown() {
+  LockScope lock;
+  if (logFile != nullptr) {
+    TimeStamp stamp = ReadTimeStamp();
+    std::fputs("--------------------------------------------------------------------------------\n", logFile);
+    std::fprintf(logFile, "Log stopped %s\n", stamp.text);
+    std::fflush(logFile);
+    std::fclose(logFile);
+    logFile = nullptr;
+  }
+}
+
+// A UTF-8 copy of a wide message for the file; static like the other buffers.
+char fileLineBuffer[kBufferCapacity * 3];
+
+const char* ToFileText(const char16_t* message) {
+  std::size_t out = 0;
+  for (std::size_t i = 0; message[i] != 0 && out + 4 < sizeof(fileLineBuffer);) {
+    out += static_cast<std::size_t>(Platform::EncodeUtf8(Platform::DecodeUtf16(message, i), fileLineBuffer + out));
+  }
+  fileLineBuffer[out] = 0;
+  return fileLineBuffer;
+}
+
+}  // namespace
+
+void LogLock() {
+  if (logLockEnabled == 0) return;
+  Platform::CRITICAL_SECTION& section = LockObject();
+  if (!Platform::TryEnterCriticalSection(&section)) Platform::EnterCriticalSection(&section);
+}
+
+void LogUnlock() {
+  if (logLockEnabled == 0) return;
+  Platform::LeaveCriticalSection(&LockObject());
+}
+
+void LogWrite(int level, const char* tag, const char16_t* format, ...) {
+  LockScope lock;
+  LogState& state = State();
+  if (state.level < level || format == nullptr) return;
+  va_list arguments;
+  va_start(arguments, format);
+  FormatBoundedV(messageBufferW, kBufferCapacity, format, arguments);
+  va_end(arguments);
+  {
+    LockScope debuggerLock;
+    if (state.level != 0) {
+      FormatBounded(debuggerBufferW, kBufferCapacity, u"%s\n", messageBufferW);
+      debuggerBufferW[kBufferCapacity - 1] = 0;
+      Platform::OutputDebugStringW(debuggerBufferW);
+    }
+  }
+  {
+    LockScope fileLock;
+    if (state.level != 0 && state.logFile != nullptr) WriteFileLine(state.logFile, ToFileText(messageBufferW));
+  }
+  if (state.sink != nullptr) state.sink->WriteLine(messageBufferW, tag);
+}
+
+void LogWriteA(int level, const char* tag, const char* format, ...) {
+  LockScope lock;
+  LogState& state = State();
+  if (state.level < level || format == nullptr) return;
+  va_list arguments;
+  va_start(arguments, format);
+  FormatBoundedVA(messageBufferA, kBufferCapacity, format, arguments);
+  va_end(arguments);
+  {
+    LockScope debuggerLock;
+    if (state.level != 0) {
+      FormatBoundedA(debuggerBufferA, kBufferCapacity, "%s\n", messageBufferA);
+      debuggerBufferA[kBufferCapacity - 1] = 0;
+      Platform::OutputDebugStringA(debuggerBufferA);
+    }
+  }
+  {
+    LockScope fileLock;
+    if (state.level != 0 && state.logFile != nullptr) WriteFileLine(state.logFile, messageBufferA);
+  }
+  if (state.sink != nullptr) state.sink->WriteLineA(messageBufferA, tag);
+}
+
+void LogWriteDebugDirect(const char16_t* line) {
+  LockScope lock;
+  FormatBounded(debuggerBufferW, kBufferCapacity, u"%s\n", line);
+  debuggerBufferW[kBufferCapacity - 1] = 0;
+  Platform::OutputDebugStringW(debuggerBufferW);
+}
+
+const char16_t* GetProcessBaseName() {
+  static char16_t baseName[256] = u"unknown";
+  static std::once_flag once;
+  std::call_once(once, [] {
+    char16_t path[260];
+    Platform::DWORD length = Platform::GetModuleFileNameW(nullptr, path, 260);
+    if (length == 0) return;
+    // Drop drive and folders, then the extension (from the last dot of the file name).
+    const char16_t* name = path;
+    for (const char16_t* p = path; *p != 0; ++p) {
+      if (*p == u'\\' || *p == u'/' || *p == u':') name = p + 1;
+    }
+    char16_t stem[260];
+    std::size_t stemLength = 0;
+    const char16_t* lastDot = nullptr;
+    for (const char16_t* p = name; *p != 0; ++p) {
+      if (*p == u'.') lastDot = p;
+    }
+    for (const char16_t* p = name; *p != 0 && p != lastDot; ++p) stem[stemLength++] = *p;
+    stem[stemLength] = 0;
+    FormatBounded(baseName, 256, u"%s%s%s%s", u"", stem, u"", u"");
+  });
+  return baseName;
+}
+
+void LogSetLevel(int level) { State().level = level; }
+
+int LogGetLevel() { return State().level; }
+
+void LogSetFile(std::FILE* file) {
+  LockScope lock;
+  State().logFile = file;
+}
+
+void LogSetSink(ILogSink* sink) {
+  LockScope lock;
+  State().sink = sink;
+}
+
+void LogShutdown() { State().Shutdown(); }

@@ -1,0 +1,35 @@
+// The system thread pool: forwarded to the system.
+#include "platform/thread_pool.h"
+
+#include "platform/win32/windows_api.h"
+
+namespace Platform {
+
+BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback,
+                                 void* context, ULONG milliseconds, ULONG flags) {
+  return ::RegisterWaitForSingleObject(newWaitObject, object, Win32::ToNative(callback), context, milliseconds,
+                                       flags);
+}
+
+BOOL UnregisterWaitEx(HANDLE waitHandle, HANDLE completionEvent) {
+  return ::UnregisterWaitEx(waitHandle, completionEvent);
+}
+
+BOOL QueueUserWorkItem(LPTHREAD_START_ROUTINE function, void* context, ULONG flags) {
+  return ::QueueUserWorkItem(Win32::ToNative(function), context, flags);
+}
+
+BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLBACK callback, void* context,
+                           DWORD dueTime, DWORD period, ULONG flags) {
+  return ::CreateTimerQueueTimer(newTimer, timerQueue, Win32::ToNative(callback), context, dueTime, period, flags);
+}
+
+BOOL ChangeTimerQueueTimer(HANDLE timerQueue, HANDLE timer, ULONG dueTime, ULONG period) {
+  return ::ChangeTimerQueueTimer(timerQueue, timer, dueTime, period);
+}
+
+BOOL DeleteTimerQueueTimer(HANDLE timerQueue, HANDLE timer, HANDLE completionEvent) {
+  return ::DeleteTimerQueueTimer(timerQueue, timer, completionEvent);
+}
+
+}  // namespace Platform

@@ -1,0 +1,32 @@
+// A module library loaded by file name, with the four-export handshake of the daemon.
+#pragma once
+
+#include <string>
+
+#include "module_host/exports.h"
+#include "platform/unique_handle.h"
+
+class ModuleLibrary {
+public:
+  // Loads the library and resolves its exports. Returns false with a message in `error` when the
+  // file cannot be loaded or lacks an export.
+  bool Load(const std::u16string& path, std::string& error);
+
+  // Configures the library's log; the host-support entry is optional.
+  bool Configure(const HalcyraHostSettings& settings);
+
+  // GetModuleNames, GetCLSIDFromModuleName and CreateModule for the first module, then GetModule.
+  // Returns null with a message in `error` when the library has no module.
+  Daemon::IModule* OpenFirstModule(Common::GUID& clsid, std::string& error);
+
+  void Release(Daemon::IModule* module);
+
+private:
+  Platform::UniqueLibrary m_library;
+  CreateModuleFunction m_createModule = nullptr;
+  ReleaseModuleFunction m_releaseModule = nullptr;
+  GetModuleNamesFunction m_getModuleNames = nullptr;
+  GetCLSIDFromModuleNameFunction m_getClsid = nullptr;
+  HalcyraConfigureHostFunction m_configureHost = nullptr;
+  DynamicModuleHost::IDynamicModule* m_handle = nullptr;
+};
