@@ -1,0 +1,500 @@
+#include "platform/thread_pool.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "platform/posix/event.h"
+#include "platform/posix/kernel_object.h"
+#include "platform/synchronization.h"
+#include "platform/system_error.h"
+
+namespace Platform {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Workers are started as callbacks need them, up to this many; one blocked callback therefore
+// never holds up the others until this many block at once.
+constexpr std::size_t kMaxWorkers = 64;
+// A worker with nothing to do for this long ends; the pool starts another when work comes.
+constexpr auto kWorkerIdleTime = std::chrono::seconds(10);
+
+// A registered wait or a timer-queue timer: an object whose callbacks the pool runs, and which is
+// ended by UnregisterWaitEx or DeleteTimerQueueTimer. All fields below the constructor are guarded
+// by the pool's mutex.
+class PoolObject : public Posix::KernelObject {
+public:
+  PoolObject(Posix::KernelObjectKind kind, WAITORTIMERCALLBACK callback, void* context)
+      : KernelObject(kind), m_callback(callback), m_context(context) {}
+
+  bool ClosableByCloseHandle() const override { return false; }
+
+  const WAITORTIMERCALLBACK m_callback;
+  void* const m_context;
+
+  // Whether the dispatcher still fires this object.
+  bool m_armed = true;
+  // Set by UnregisterWaitEx or DeleteTimerQueueTimer; no callback is queued after that.
+  bool m_closed = false;
+  // Callbacks handed to the workers and not yet started, and callbacks running now.
+  std::size_t m_queued = 0;
+  std::size_t m_running = 0;
+  // Completion events to signal once the last running callback has returned.
+  std::vector<std::shared_ptr<Posix::Event>> m_completions;
+};
+
+class RegisteredWait final : public PoolObject {
+public:
+  RegisteredWait(std::shared_ptr<Posix::KernelObject> object, WAITORTIMERCALLBACK callback, void* context,
+                 ULONG milliseconds, ULONG flags)
+      : PoolObject(Posix::KernelObjectKind::RegisteredWait, callback, context),
+        m_object(std::move(object)),
+        m_timeout(milliseconds),
+        m_onlyOnce((flags & WT_EXECUTEONLYONCE) != 0) {}
+
+  Posix::WaitableObject& Waitable() const { return *m_object->AsWaitable(); }
+
+  // Holds the waited object alive while the wait is registered, even if its handle is closed.
+  const std::shared_ptr<Posix::KernelObject> m_object;
+  const ULONG m_timeout;
+  const bool m_onlyOnce;
+  // When the wait times out; unset for INFINITE. Guarded by the pool's mutex.
+  std::optional<Clock::time_point> m_deadline;
+};
+
+class QueueTimer final : public PoolObject {
+public:
+  QueueTimer(WAITORTIMERCALLBACK callback, void* context, DWORD period)
+      : PoolObject(Posix::KernelObjectKind::TimerQueueTimer, callback, context), m_period(period) {}
+
+  // Guarded by the pool's mutex.
+  DWORD m_period;
+  Clock::time_point m_deadline;
+};
+
+// One callback waiting for a worker: a work item, or a call of a wait's or timer's callback.
+struct WorkItem {
+  LPTHREAD_START_ROUTINE m_function = nullptr;
+  void* m_context = nullptr;
+  std::shared_ptr<PoolObject> m_owner;
+  BOOLEAN m_timerOrWaitFired = FALSE;
+};
+
+// The pool object whose callback the calling worker is running, if any. Lets a blocking unregister
+// from inside an object's own callback leave out that callback instead of waiting for itself.
+thread_local const PoolObject* t_runningObject = nullptr;
+
+// The process's thread pool: one dispatcher thread that watches registered waits and timers, and
+// workers that run the callbacks. The dispatcher never runs a callback itself, so a callback that
+// blocks delays neither timers nor waits.
+//
+// The pool is made on first use and deliberately never destroyed. Its threads are detached and may
+// be inside a callback or waiting on its condition variables while the process runs its static
+// destructors; destroying the pool there would pull the mutex from under them, and joining them
+// from a static destructor could wait for a callback that waits for something already destroyed.
+// The operating system ends the threads with the process.
+//
+// Lock order: the pool's mutex, then an event's mutex. Events call OnSignalled with no lock held,
+// and the pool signals completion events only after releasing its mutex.
+class ThreadPool final : public Posix::SignalObserver {
+public:
+  static ThreadPool& Instance() {
+    static ThreadPool* pool = new ThreadPool;
+    return *pool;
+  }
+
+  void OnSignalled() override {
+    {
+      std::lock_guard lock(m_mutex);
+      m_rescan = true;
+    }
+    m_dispatcherWake.notify_one();
+  }
+
+  // Queues a work item. Returns false only when no worker exists and none can be started.
+  bool Queue(LPTHREAD_START_ROUTINE function, void* context) {
+    std::lock_guard lock(m_mutex);
+    m_queue.push_back(WorkItem{function, context, nullptr, FALSE});
+    if (!EnsureWorkerLocked() && m_workers == 0) {
+      m_queue.pop_back();
+      return false;
+    }
+    return true;
+  }
+
+  // Starts watching a new wait. Throws std::bad_alloc or std::system_error when resources run out.
+  void AddWait(const std::shared_ptr<RegisteredWait>& wait) {
+    std::unique_lock lock(m_mutex);
+    EnsureDispatcherLocked();
+    if (wait->m_timeout != INFINITE) wait->m_deadline = Clock::now() + std::chrono::milliseconds(wait->m_timeout);
+    m_waits.push_back(wait);
+    wait->Waitable().AddObserver(this);
+    m_rescan = true;
+    lock.unlock();
+    m_dispatcherWake.notify_one();
+  }
+
+  void AddTimer(const std::shared_ptr<QueueTimer>& timer, DWORD dueTime) {
+    std::unique_lock lock(m_mutex);
+    EnsureDispatcherLocked();
+    timer->m_deadline = Clock::now() + std::chrono::milliseconds(dueTime);
+    m_timers.push_back(timer);
+    m_rescan = true;
+    lock.unlock();
+    m_dispatcherWake.notify_one();
+  }
+
+  // Sets a timer's due time and period anew. A one-shot timer that has fired stays as it is.
+  void ChangeTimer(const std::shared_ptr<QueueTimer>& timer, DWORD dueTime, DWORD period) {
+    std::unique_lock lock(m_mutex);
+    if (timer->m_closed || (!timer->m_armed && timer->m_period == 0)) return;
+    timer->m_deadline = Clock::now() + std::chrono::milliseconds(dueTime);
+    timer->m_period = period;
+    if (!timer->m_armed) {
+      timer->m_armed = true;
+      m_timers.push_back(timer);
+    }
+    m_rescan = true;
+    lock.unlock();
+    m_dispatcherWake.notify_one();
+  }
+
+  // Ends a wait or timer whose handle the caller has just taken out of the handle table. Drops its
+  // callbacks that have not started; then, by `completionEvent`: null returns at once, false with
+  // ERROR_IO_PENDING while a callback runs; INVALID_HANDLE_VALUE waits until running callbacks
+  // have returned; an event is signalled when they have. Returns the result of the Win32 call.
+  BOOL Close(const std::shared_ptr<PoolObject>& object, HANDLE completionEvent,
+             std::shared_ptr<Posix::Event> completion) {
+    std::unique_lock lock(m_mutex);
+    object->m_closed = true;
+    DisarmLocked(*object);
+    if (object->m_queued != 0) {
+      std::erase_if(m_queue, [&](const WorkItem& item) { return item.m_owner == object; });
+      object->m_queued = 0;
+    }
+
+    if (completionEvent == nullptr) {
+      if (object->m_running == 0) return TRUE;
+      SetLastError(ERROR_IO_PENDING);
+      return FALSE;
+    }
+    if (completionEvent == INVALID_HANDLE_VALUE) {
+      // A callback cannot wait for itself to return. Called from the object's own callback, this
+      // waits for the object's other callbacks and then reports the caller's as still running.
+      const std::size_t own = t_runningObject == object.get() ? 1 : 0;
+      m_callbackEnded.wait(lock, [&] { return object->m_running <= own; });
+      if (own == 0) return TRUE;
+      SetLastError(ERROR_IO_PENDING);
+      return FALSE;
+    }
+    if (object->m_running != 0) {
+      object->m_completions.push_back(std::move(completion));
+      return TRUE;
+    }
+    lock.unlock();
+    completion->Set();
+    return TRUE;
+  }
+
+private:
+  ThreadPool() = default;
+
+  // Starts the dispatcher on first need. Throws std::system_error if no thread can be made.
+  void EnsureDispatcherLocked() {
+    if (m_dispatcherStarted) return;
+    std::thread(&ThreadPool::DispatcherLoop, this).detach();
+    m_dispatcherStarted = true;
+  }
+
+  // Starts a worker when queued callbacks outnumber idle workers and the bound allows. Returns
+  // whether a worker was started.
+  bool EnsureWorkerLocked() {
+    if (m_queue.size() <= m_idleWorkers) {
+      m_workAvailable.notify_one();
+      return false;
+    }
+    if (m_workers >= kMaxWorkers) return false;
+    try {
+      std::thread(&ThreadPool::WorkerLoop, this).detach();
+    } catch (const std::system_error&) {
+      return false;
+    }
+    ++m_workers;
+    return true;
+  }
+
+  void DisarmLocked(PoolObject& object) {
+    if (!object.m_armed) return;
+    object.m_armed = false;
+    if (object.Kind() == Posix::KernelObjectKind::RegisteredWait) {
+      auto& wait = static_cast<RegisteredWait&>(object);
+      wait.Waitable().RemoveObserver(this);
+      std::erase_if(m_waits, [&](const std::shared_ptr<RegisteredWait>& entry) { return entry.get() == &wait; });
+    } else {
+      std::erase_if(m_timers, [&](const std::shared_ptr<QueueTimer>& entry) { return entry.get() == &object; });
+    }
+  }
+
+  void DispatchLocked(const std::shared_ptr<PoolObject>& owner, BOOLEAN timerOrWaitFired) {
+    m_queue.push_back(WorkItem{nullptr, nullptr, owner, timerOrWaitFired});
+    ++owner->m_queued;
+    EnsureWorkerLocked();
+  }
+
+  // Fires what is due and returns whether anything fired. With the mutex held.
+  bool ScanLocked(Clock::time_point now) {
+    bool fired = false;
+    // Firing may disarm entries, which removes them from the lists; walk over copies.
+    const std::vector<std::shared_ptr<RegisteredWait>> waits = m_waits;
+    for (const std::shared_ptr<RegisteredWait>& wait : waits) {
+      BOOLEAN timedOut;
+      if (wait->Waitable().TryAcquire()) {
+        timedOut = FALSE;
+      } else if (wait->m_deadline && *wait->m_deadline <= now) {
+        timedOut = TRUE;
+      } else {
+        continue;
+      }
+      DispatchLocked(wait, timedOut);
+      fired = true;
+      if (wait->m_onlyOnce) {
+        DisarmLocked(*wait);
+      } else if (wait->m_deadline) {
+        wait->m_deadline = now + std::chrono::milliseconds(wait->m_timeout);
+      }
+    }
+    const std::vector<std::shared_ptr<QueueTimer>> timers = m_timers;
+    for (const std::shared_ptr<QueueTimer>& timer : timers) {
+      if (timer->m_deadline > now) continue;
+      DispatchLocked(timer, TRUE);
+      fired = true;
+      if (timer->m_period == 0) {
+        DisarmLocked(*timer);
+      } else {
+        // Keep the rhythm of the period, but after a stall fire once rather than in a burst.
+        timer->m_deadline = std::max(timer->m_deadline + std::chrono::milliseconds(timer->m_period), now);
+      }
+    }
+    return fired;
+  }
+
+  std::optional<Clock::time_point> NextDeadlineLocked() const {
+    std::optional<Clock::time_point> next;
+    for (const auto& wait : m_waits) {
+      if (wait->m_deadline && (!next || *wait->m_deadline < *next)) next = wait->m_deadline;
+    }
+    for (const auto& timer : m_timers) {
+      if (!next || timer->m_deadline < *next) next = timer->m_deadline;
+    }
+    return next;
+  }
+
+  void DispatcherLoop() {
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+      m_rescan = false;
+      if (ScanLocked(Clock::now())) {
+        // A manual-reset event stays signalled and fires its waits again at once, as on Windows;
+        // let the workers at the mutex between rounds.
+        lock.unlock();
+        std::this_thread::yield();
+        lock.lock();
+        continue;
+      }
+      const std::optional<Clock::time_point> next = NextDeadlineLocked();
+      if (next) {
+        m_dispatcherWake.wait_until(lock, *next, [this] { return m_rescan; });
+      } else {
+        m_dispatcherWake.wait(lock, [this] { return m_rescan; });
+      }
+    }
+  }
+
+  void WorkerLoop() {
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+      if (m_queue.empty()) {
+        ++m_idleWorkers;
+        const bool woken = m_workAvailable.wait_for(lock, kWorkerIdleTime, [this] { return !m_queue.empty(); });
+        --m_idleWorkers;
+        if (!woken) {
+          --m_workers;
+          return;
+        }
+      }
+      WorkItem item = std::move(m_queue.front());
+      m_queue.pop_front();
+      if (item.m_owner) {
+        --item.m_owner->m_queued;
+        ++item.m_owner->m_running;
+      }
+      lock.unlock();
+
+      if (item.m_owner) {
+        t_runningObject = item.m_owner.get();
+        item.m_owner->m_callback(item.m_owner->m_context, item.m_timerOrWaitFired);
+        t_runningObject = nullptr;
+      } else {
+        item.m_function(item.m_context);
+      }
+
+      lock.lock();
+      if (item.m_owner) FinishCallbackLocked(lock, *item.m_owner);
+    }
+  }
+
+  // Counts a callback of `owner` as returned. After a close this wakes blocking closers, and the
+  // last callback signals the completion events (with the mutex released, see the lock order).
+  void FinishCallbackLocked(std::unique_lock<std::mutex>& lock, PoolObject& owner) {
+    --owner.m_running;
+    if (!owner.m_closed) return;
+    m_callbackEnded.notify_all();
+    if (owner.m_running != 0 || owner.m_completions.empty()) return;
+    std::vector<std::shared_ptr<Posix::Event>> completions = std::move(owner.m_completions);
+    owner.m_completions.clear();
+    lock.unlock();
+    for (const auto& completion : completions) completion->Set();
+    lock.lock();
+  }
+
+  std::mutex m_mutex;
+  std::condition_variable m_dispatcherWake;
+  std::condition_variable m_workAvailable;
+  std::condition_variable m_callbackEnded;
+  bool m_dispatcherStarted = false;
+  bool m_rescan = false;
+  std::vector<std::shared_ptr<RegisteredWait>> m_waits;
+  std::vector<std::shared_ptr<QueueTimer>> m_timers;
+  std::deque<WorkItem> m_queue;
+  std::size_t m_workers = 0;
+  std::size_t m_idleWorkers = 0;
+};
+
+// Checks the completion argument of UnregisterWaitEx and DeleteTimerQueueTimer; an event is looked
+// up (null with ERROR_INVALID_HANDLE if it is not one).
+bool ResolveCompletion(HANDLE completionEvent, std::shared_ptr<Posix::Event>& event) {
+  if (completionEvent == nullptr || completionEvent == INVALID_HANDLE_VALUE) return true;
+  event = std::static_pointer_cast<Posix::Event>(Posix::LookupHandle(completionEvent, Posix::KernelObjectKind::Event));
+  return event != nullptr;
+}
+
+bool CheckDefaultQueue(HANDLE timerQueue) {
+  // Only the default queue exists here (CreateTimerQueue is not offered), so any other is unknown.
+  if (timerQueue == nullptr) return true;
+  SetLastError(ERROR_INVALID_HANDLE);
+  return false;
+}
+
+}  // namespace
+
+BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback,
+                                 void* context, ULONG milliseconds, ULONG flags) {
+  if (newWaitObject == nullptr || callback == nullptr) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  std::shared_ptr<Posix::KernelObject> target = Posix::LookupAnyHandle(object);
+  if (!target) return FALSE;
+  if (target->AsWaitable() == nullptr) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+  }
+  try {
+    auto wait = std::make_shared<RegisteredWait>(std::move(target), callback, context, milliseconds, flags);
+    // Entered in the table before the dispatcher can fire it, so that a callback may unregister it.
+    *newWaitObject = Posix::InsertHandle(wait);
+    try {
+      ThreadPool::Instance().AddWait(wait);
+    } catch (...) {
+      Posix::RemoveHandle(*newWaitObject, Posix::KernelObjectKind::RegisteredWait);
+      *newWaitObject = nullptr;
+      throw;
+    }
+  } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+  } catch (const std::system_error&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL UnregisterWaitEx(HANDLE waitHandle, HANDLE completionEvent) {
+  std::shared_ptr<Posix::Event> completion;
+  if (!ResolveCompletion(completionEvent, completion)) return FALSE;
+  auto wait = std::static_pointer_cast<RegisteredWait>(
+      Posix::RemoveHandle(waitHandle, Posix::KernelObjectKind::RegisteredWait));
+  if (!wait) return FALSE;
+  return ThreadPool::Instance().Close(wait, completionEvent, std::move(completion));
+}
+
+BOOL QueueUserWorkItem(LPTHREAD_START_ROUTINE function, void* context, ULONG flags) {
+  if (function == nullptr) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  try {
+    if (ThreadPool::Instance().Queue(function, context)) return TRUE;
+  } catch (const std::bad_alloc&) {
+  }
+  SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+  return FALSE;
+}
+
+BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLBACK callback,
+                           void* context, DWORD dueTime, DWORD period, ULONG flags) {
+  if (newTimer == nullptr || callback == nullptr || ((flags & WT_EXECUTEONLYONCE) != 0 && period != 0)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  if (!CheckDefaultQueue(timerQueue)) return FALSE;
+  try {
+    auto timer = std::make_shared<QueueTimer>(callback, context, period);
+    *newTimer = Posix::InsertHandle(timer);
+    try {
+      ThreadPool::Instance().AddTimer(timer, dueTime);
+    } catch (...) {
+      Posix::RemoveHandle(*newTimer, Posix::KernelObjectKind::TimerQueueTimer);
+      *newTimer = nullptr;
+      throw;
+    }
+  } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+  } catch (const std::system_error&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+  }
+  return TRUE;
+}
+
+BOOL ChangeTimerQueueTimer(HANDLE timerQueue, HANDLE timer, ULONG dueTime, ULONG period) {
+  if (!CheckDefaultQueue(timerQueue)) return FALSE;
+  auto object =
+      std::static_pointer_cast<QueueTimer>(Posix::LookupHandle(timer, Posix::KernelObjectKind::TimerQueueTimer));
+  if (!object) return FALSE;
+  ThreadPool::Instance().ChangeTimer(object, dueTime, period);
+  return TRUE;
+}
+
+BOOL DeleteTimerQueueTimer(HANDLE timerQueue, HANDLE timer, HANDLE completionEvent) {
+  if (!CheckDefaultQueue(timerQueue)) return FALSE;
+  std::shared_ptr<Posix::Event> completion;
+  if (!ResolveCompletion(completionEvent, completion)) return FALSE;
+  auto object =
+      std::static_pointer_cast<QueueTimer>(Posix::RemoveHandle(timer, Posix::KernelObjectKind::TimerQueueTimer));
+  if (!object) return FALSE;
+  return ThreadPool::Instance().Close(object, completionEvent, std::move(completion));
+}
+
+}  // namespace Platform

@@ -1,0 +1,607 @@
+#include "platform/thread_pool.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "platform/synchronization.h"
+#include "platform/system_error.h"
+#include "platform/unique_handle.h"
+
+namespace Platform {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Bound for waits that should end promptly; generous so that a loaded machine does not fail.
+constexpr DWORD kLongWait = 10000;
+// How long a test watches for something that must not happen.
+constexpr DWORD kQuietTime = 200;
+
+UniqueKernelHandle MakeEvent(bool manualReset) {
+  UniqueKernelHandle event(CreateEventW(nullptr, manualReset ? TRUE : FALSE, FALSE, nullptr));
+  EXPECT_TRUE(event);
+  return event;
+}
+
+// What a callback under test reports, and what lets it go on. The callback signals `entered`, waits
+// for `release` if `block` is set, counts itself and signals `left`.
+struct Probe {
+  UniqueKernelHandle entered = MakeEvent(false);
+  UniqueKernelHandle release = MakeEvent(true);
+  UniqueKernelHandle left = MakeEvent(false);
+  bool block = false;
+  std::atomic<int> calls{0};
+  std::atomic<int> inside{0};
+  std::atomic<int> firedTrue{0};
+  std::atomic<int> firedFalse{0};
+  // The pool object under test, for callbacks that end their own wait or timer.
+  std::atomic<HANDLE> self{nullptr};
+  HANDLE selfCompletion = nullptr;
+  std::atomic<BOOL> selfResult{TRUE};
+  std::atomic<DWORD> selfError{ERROR_SUCCESS};
+};
+
+void ProbeCallback(void* context, BOOLEAN timerOrWaitFired) {
+  auto* probe = static_cast<Probe*>(context);
+  ++probe->inside;
+  ++(timerOrWaitFired ? probe->firedTrue : probe->firedFalse);
+  SetEvent(probe->entered.get());
+  if (probe->block) WaitForSingleObject(probe->release.get(), INFINITE);
+  ++probe->calls;
+  --probe->inside;
+  SetEvent(probe->left.get());
+}
+
+void UnregisterSelfCallback(void* context, BOOLEAN) {
+  auto* probe = static_cast<Probe*>(context);
+  ++probe->calls;
+  SetLastError(ERROR_SUCCESS);
+  probe->selfResult = UnregisterWaitEx(probe->self.load(), probe->selfCompletion);
+  probe->selfError = GetLastError();
+  SetEvent(probe->left.get());
+}
+
+void DeleteSelfCallback(void* context, BOOLEAN) {
+  auto* probe = static_cast<Probe*>(context);
+  ++probe->calls;
+  SetLastError(ERROR_SUCCESS);
+  probe->selfResult = DeleteTimerQueueTimer(nullptr, probe->self.load(), probe->selfCompletion);
+  probe->selfError = GetLastError();
+  SetEvent(probe->left.get());
+}
+
+class ThreadPoolTest : public ::testing::Test {
+protected:
+  // Waits until `handle` is signalled, failing the test after the long bound.
+  static void AwaitSignal(HANDLE handle) { ASSERT_EQ(WaitForSingleObject(handle, kLongWait), WAIT_OBJECT_0); }
+  // Checks that `handle` stays unsignalled for the quiet time.
+  static void ExpectNoSignal(HANDLE handle) { EXPECT_EQ(WaitForSingleObject(handle, kQuietTime), WAIT_TIMEOUT); }
+};
+
+// ---- Work items ----
+
+struct WorkContext {
+  UniqueKernelHandle done = MakeEvent(true);
+  std::atomic<DWORD> threadId{0};
+};
+
+DWORD RecordThread(void* context) {
+  auto* work = static_cast<WorkContext*>(context);
+  work->threadId = GetCurrentThreadId();
+  SetEvent(work->done.get());
+  return 0;
+}
+
+TEST_F(ThreadPoolTest, QueueUserWorkItemRunsTheFunctionOnAPoolThread) {
+  WorkContext work;
+  ASSERT_TRUE(QueueUserWorkItem(RecordThread, &work, 0));
+  AwaitSignal(work.done.get());
+  EXPECT_NE(work.threadId.load(), 0u);
+  EXPECT_NE(work.threadId.load(), GetCurrentThreadId());
+}
+
+TEST_F(ThreadPoolTest, QueueUserWorkItemAcceptsThePersistentThreadFlag) {
+  WorkContext work;
+  ASSERT_TRUE(QueueUserWorkItem(RecordThread, &work, WT_EXECUTEINPERSISTENTTHREAD));
+  AwaitSignal(work.done.get());
+}
+
+TEST_F(ThreadPoolTest, QueueUserWorkItemRejectsANullFunction) {
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(QueueUserWorkItem(nullptr, nullptr, 0));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+}
+
+// Each item waits until all of them run at once, so the pool must grow to that many workers.
+struct Gathering {
+  static constexpr int kCount = 8;
+  std::atomic<int> arrived{0};
+  UniqueKernelHandle allThere = MakeEvent(true);
+  UniqueKernelHandle finished = MakeEvent(false);
+  std::atomic<int> done{0};
+};
+
+DWORD Gather(void* context) {
+  auto* gathering = static_cast<Gathering*>(context);
+  if (++gathering->arrived == Gathering::kCount) SetEvent(gathering->allThere.get());
+  const DWORD result = WaitForSingleObject(gathering->allThere.get(), kLongWait);
+  if (result == WAIT_OBJECT_0 && ++gathering->done == Gathering::kCount) SetEvent(gathering->finished.get());
+  return 0;
+}
+
+TEST_F(ThreadPoolTest, BlockedWorkItemsDoNotHoldUpOtherWorkItems) {
+  Gathering gathering;
+  for (int i = 0; i < Gathering::kCount; ++i) ASSERT_TRUE(QueueUserWorkItem(Gather, &gathering, 0));
+  AwaitSignal(gathering.finished.get());
+  EXPECT_EQ(gathering.done.load(), Gathering::kCount);
+}
+
+DWORD BlockOnProbe(void* context) {
+  auto* probe = static_cast<Probe*>(context);
+  SetEvent(probe->entered.get());
+  WaitForSingleObject(probe->release.get(), INFINITE);
+  SetEvent(probe->left.get());
+  return 0;
+}
+
+TEST_F(ThreadPoolTest, BlockedCallbackDoesNotDelayTimersOrWaits) {
+  Probe blocker;
+  ASSERT_TRUE(QueueUserWorkItem(BlockOnProbe, &blocker, 0));
+  AwaitSignal(blocker.entered.get());
+
+  Probe timerProbe;
+  UniqueTimer timer;
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &timerProbe, 10, 0, 0));
+  AwaitSignal(timerProbe.left.get());
+
+  Probe waitProbe;
+  UniqueKernelHandle event = MakeEvent(false);
+  UniqueWait wait;
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &waitProbe, INFINITE, 0));
+  ASSERT_TRUE(SetEvent(event.get()));
+  AwaitSignal(waitProbe.left.get());
+
+  SetEvent(blocker.release.get());
+  AwaitSignal(blocker.left.get());
+}
+
+// ---- Registered waits ----
+
+TEST_F(ThreadPoolTest, RepeatedWaitOnAnAutoResetEventFiresOncePerSignal) {
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(false);
+  UniqueWait wait;
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, INFINITE, 0));
+  constexpr int kSignals = 5;
+  for (int i = 0; i < kSignals; ++i) {
+    ASSERT_TRUE(SetEvent(event.get()));
+    AwaitSignal(probe.left.get());
+  }
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), kSignals);
+  EXPECT_EQ(probe.firedFalse.load(), kSignals);
+  EXPECT_EQ(probe.firedTrue.load(), 0);
+  // The wait took each signal: the event is reset.
+  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_TIMEOUT);
+}
+
+TEST_F(ThreadPoolTest, ExecuteOnlyOnceWaitFiresOnce) {
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(false);
+  UniqueWait wait;
+  ASSERT_TRUE(
+      RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, INFINITE, WT_EXECUTEONLYONCE));
+  ASSERT_TRUE(SetEvent(event.get()));
+  AwaitSignal(probe.left.get());
+  ASSERT_TRUE(SetEvent(event.get()));
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+  // Nobody took the second signal.
+  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_OBJECT_0);
+}
+
+TEST_F(ThreadPoolTest, ExecuteOnlyOnceWaitOnAManualResetEventFiresOnce) {
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(true);
+  UniqueWait wait;
+  ASSERT_TRUE(
+      RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, INFINITE, WT_EXECUTEONLYONCE));
+  ASSERT_TRUE(SetEvent(event.get()));
+  AwaitSignal(probe.left.get());
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, WaitThatTimesOutFiresWithTimerOrWaitFiredTrue) {
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(false);
+  UniqueWait wait;
+  const auto start = Clock::now();
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, 50, WT_EXECUTEONLYONCE));
+  AwaitSignal(probe.entered.get());
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
+  AwaitSignal(probe.left.get());
+  EXPECT_EQ(probe.firedTrue.load(), 1);
+  EXPECT_EQ(probe.firedFalse.load(), 0);
+}
+
+TEST_F(ThreadPoolTest, RepeatedWaitTimesOutAgainAfterEachTimeOut) {
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(false);
+  UniqueWait wait;
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, 10, 0));
+  for (int i = 0; i < 3; ++i) AwaitSignal(probe.left.get());
+  wait.reset();
+  EXPECT_GE(probe.firedTrue.load(), 3);
+  EXPECT_EQ(probe.firedFalse.load(), 0);
+}
+
+TEST_F(ThreadPoolTest, RegisterWaitRejectsAHandleThatIsNotOpen) {
+  Probe probe;
+  HANDLE wait = nullptr;
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(RegisterWaitForSingleObject(&wait, nullptr, ProbeCallback, &probe, INFINITE, 0));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+}
+
+TEST_F(ThreadPoolTest, WaitOutlivesTheClosingOfItsEventHandle) {
+  Probe probe;
+  HANDLE event = CreateEventW(nullptr, FALSE, TRUE, nullptr);
+  ASSERT_NE(event, nullptr);
+  UniqueWait wait;
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event, ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(CloseHandle(event));
+  AwaitSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, CloseHandleRefusesAWaitHandle) {
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(false);
+  UniqueWait wait;
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, INFINITE, 0));
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(CloseHandle(wait.get()));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+  ASSERT_TRUE(SetEvent(event.get()));
+  AwaitSignal(probe.left.get());
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExWithNullReportsIoPendingWhileACallbackRuns) {
+  Probe probe;
+  probe.block = true;
+  UniqueKernelHandle event = MakeEvent(false);
+  HANDLE wait = nullptr;
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(SetEvent(event.get()));
+  AwaitSignal(probe.entered.get());
+
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(UnregisterWaitEx(wait, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_PENDING));
+  // The wait is gone all the same: a new signal starts nothing, and the handle is closed.
+  ASSERT_TRUE(SetEvent(event.get()));
+  SetEvent(probe.release.get());
+  AwaitSignal(probe.left.get());
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(UnregisterWaitEx(wait, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExWithNullSucceedsWhenNoCallbackRuns) {
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(false);
+  HANDLE wait = nullptr;
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
+  EXPECT_TRUE(UnregisterWaitEx(wait, nullptr));
+  ASSERT_TRUE(SetEvent(event.get()));
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 0);
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExWithInvalidHandleValueWaitsForTheRunningCallback) {
+  Probe probe;
+  probe.block = true;
+  UniqueKernelHandle event = MakeEvent(false);
+  HANDLE wait = nullptr;
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(SetEvent(event.get()));
+  AwaitSignal(probe.entered.get());
+
+  UniqueKernelHandle returned = MakeEvent(true);
+  std::atomic<BOOL> result{FALSE};
+  std::atomic<int> callsSeenAtReturn{-1};
+  std::thread unregistering([&] {
+    result = UnregisterWaitEx(wait, INVALID_HANDLE_VALUE);
+    callsSeenAtReturn = probe.calls.load();
+    SetEvent(returned.get());
+  });
+  ExpectNoSignal(returned.get());
+  SetEvent(probe.release.get());
+  AwaitSignal(returned.get());
+  unregistering.join();
+  EXPECT_TRUE(result.load());
+  EXPECT_EQ(callsSeenAtReturn.load(), 1);
+  EXPECT_EQ(probe.inside.load(), 0);
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventSignalsItWhenTheRunningCallbackEnds) {
+  Probe probe;
+  probe.block = true;
+  UniqueKernelHandle event = MakeEvent(false);
+  UniqueKernelHandle completion = MakeEvent(true);
+  HANDLE wait = nullptr;
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(SetEvent(event.get()));
+  AwaitSignal(probe.entered.get());
+
+  EXPECT_TRUE(UnregisterWaitEx(wait, completion.get()));
+  ExpectNoSignal(completion.get());
+  SetEvent(probe.release.get());
+  AwaitSignal(completion.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+  EXPECT_EQ(probe.inside.load(), 0);
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventSignalsItAtOnceWhenNoCallbackRuns) {
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(false);
+  UniqueKernelHandle completion = MakeEvent(true);
+  HANDLE wait = nullptr;
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
+  EXPECT_TRUE(UnregisterWaitEx(wait, completion.get()));
+  EXPECT_EQ(WaitForSingleObject(completion.get(), 0), WAIT_OBJECT_0);
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExRejectsAHandleThatIsNotOpen) {
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(UnregisterWaitEx(nullptr, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+  UniqueKernelHandle event = MakeEvent(false);
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(UnregisterWaitEx(event.get(), INVALID_HANDLE_VALUE));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExFromItsOwnCallbackDoesNotWaitForItself) {
+  for (HANDLE completion : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE}) {
+    Probe probe;
+    probe.selfCompletion = completion;
+    UniqueKernelHandle event = MakeEvent(false);
+    HANDLE wait = nullptr;
+    ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), UnregisterSelfCallback, &probe, INFINITE, 0));
+    probe.self = wait;
+    ASSERT_TRUE(SetEvent(event.get()));
+    AwaitSignal(probe.left.get());
+    EXPECT_FALSE(probe.selfResult.load());
+    EXPECT_EQ(probe.selfError.load(), static_cast<DWORD>(ERROR_IO_PENDING));
+    ASSERT_TRUE(SetEvent(event.get()));
+    ExpectNoSignal(probe.left.get());
+    EXPECT_EQ(probe.calls.load(), 1);
+  }
+}
+
+// Callbacks overlap while a signaller keeps the event busy; after the blocking unregister returns,
+// none is running and none starts.
+struct Storm {
+  UniqueKernelHandle event = MakeEvent(false);
+  std::atomic<int> started{0};
+  std::atomic<int> running{0};
+  UniqueKernelHandle fewStarted = MakeEvent(true);
+};
+
+void StormCallback(void* context, BOOLEAN) {
+  auto* storm = static_cast<Storm*>(context);
+  ++storm->running;
+  if (++storm->started == 20) SetEvent(storm->fewStarted.get());
+  std::this_thread::yield();
+  --storm->running;
+}
+
+TEST_F(ThreadPoolTest, NoCallbackRunsAfterABlockingUnregisterReturns) {
+  Storm storm;
+  HANDLE wait = nullptr;
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, storm.event.get(), StormCallback, &storm, INFINITE, 0));
+  std::atomic<bool> stop{false};
+  std::thread signaller([&] {
+    while (!stop) SetEvent(storm.event.get());
+  });
+  AwaitSignal(storm.fewStarted.get());
+  ASSERT_TRUE(UnregisterWaitEx(wait, INVALID_HANDLE_VALUE));
+  const int startedAtReturn = storm.started.load();
+  EXPECT_EQ(storm.running.load(), 0);
+  // Let the signaller go on for a while; nothing may start.
+  UniqueKernelHandle never = MakeEvent(true);
+  ExpectNoSignal(never.get());
+  stop = true;
+  signaller.join();
+  EXPECT_EQ(storm.started.load(), startedAtReturn);
+}
+
+// ---- Timer-queue timers ----
+
+TEST_F(ThreadPoolTest, OneShotTimerFiresOnceAfterItsDueTime) {
+  Probe probe;
+  UniqueTimer timer;
+  const auto start = Clock::now();
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 50, 0, 0));
+  AwaitSignal(probe.entered.get());
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
+  AwaitSignal(probe.left.get());
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+  EXPECT_EQ(probe.firedTrue.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, PeriodicTimerFiresEveryPeriod) {
+  Probe probe;
+  UniqueTimer timer;
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 0, 10, 0));
+  for (int i = 0; i < 5; ++i) AwaitSignal(probe.left.get());
+  timer.reset();
+  const int calls = probe.calls.load();
+  EXPECT_GE(calls, 5);
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), calls);
+}
+
+TEST_F(ThreadPoolTest, CreateTimerQueueTimerRejectsBadArguments) {
+  Probe probe;
+  HANDLE timer = nullptr;
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 10, 10, WT_EXECUTEONLYONCE));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+  UniqueKernelHandle notAQueue = MakeEvent(false);
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(CreateTimerQueueTimer(&timer, notAQueue.get(), ProbeCallback, &probe, 10, 0, 0));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+}
+
+TEST_F(ThreadPoolTest, ChangeTimerQueueTimerBringsAPendingTimerForward) {
+  Probe probe;
+  UniqueTimer timer;
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 3600000, 0, 0));
+  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 10, 0));
+  AwaitSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, ChangeTimerQueueTimerPostponesAPendingTimer) {
+  Probe probe;
+  UniqueTimer timer;
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 30, 0, 0));
+  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 3600000, 0));
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 0);
+}
+
+TEST_F(ThreadPoolTest, ChangeTimerQueueTimerLeavesAOneShotTimerThatFired) {
+  Probe probe;
+  UniqueTimer timer;
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 0, 0, 0));
+  AwaitSignal(probe.left.get());
+  EXPECT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 10, 0));
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, ChangeTimerQueueTimerToPeriodZeroStopsAPeriodicTimerAfterOneMoreCall) {
+  Probe probe;
+  UniqueTimer timer;
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 0, 10, 0));
+  AwaitSignal(probe.left.get());
+  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 20, 0));
+  AwaitSignal(probe.left.get());
+  // A call of the old period may have been under way when the timer changed; then one more comes.
+  WaitForSingleObject(probe.left.get(), kQuietTime);
+  const int calls = probe.calls.load();
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), calls);
+}
+
+TEST_F(ThreadPoolTest, DeletedTimerDoesNotFire) {
+  Probe probe;
+  HANDLE timer = nullptr;
+  ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 30, 0, 0));
+  EXPECT_TRUE(DeleteTimerQueueTimer(nullptr, timer, nullptr));
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 0);
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(ChangeTimerQueueTimer(nullptr, timer, 10, 0));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+}
+
+TEST_F(ThreadPoolTest, DeleteTimerQueueTimerReportsIoPendingWhileItsCallbackRuns) {
+  Probe probe;
+  probe.block = true;
+  HANDLE timer = nullptr;
+  ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 0, 0, 0));
+  AwaitSignal(probe.entered.get());
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer, nullptr));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_PENDING));
+  SetEvent(probe.release.get());
+  AwaitSignal(probe.left.get());
+  ExpectNoSignal(probe.left.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithInvalidHandleValueWaitsForTheRunningCallback) {
+  Probe probe;
+  probe.block = true;
+  HANDLE timer = nullptr;
+  ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 0, 0, 0));
+  AwaitSignal(probe.entered.get());
+
+  UniqueKernelHandle returned = MakeEvent(true);
+  std::atomic<BOOL> result{FALSE};
+  std::atomic<int> callsSeenAtReturn{-1};
+  std::thread deleting([&] {
+    result = DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE);
+    callsSeenAtReturn = probe.calls.load();
+    SetEvent(returned.get());
+  });
+  ExpectNoSignal(returned.get());
+  SetEvent(probe.release.get());
+  AwaitSignal(returned.get());
+  deleting.join();
+  EXPECT_TRUE(result.load());
+  EXPECT_EQ(callsSeenAtReturn.load(), 1);
+  ExpectNoSignal(probe.entered.get());
+}
+
+TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithAnEventSignalsItWhenTheRunningCallbackEnds) {
+  Probe probe;
+  probe.block = true;
+  UniqueKernelHandle completion = MakeEvent(true);
+  HANDLE timer = nullptr;
+  ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 0, 0, 0));
+  AwaitSignal(probe.entered.get());
+  EXPECT_TRUE(DeleteTimerQueueTimer(nullptr, timer, completion.get()));
+  ExpectNoSignal(completion.get());
+  SetEvent(probe.release.get());
+  AwaitSignal(completion.get());
+  EXPECT_EQ(probe.calls.load(), 1);
+  EXPECT_EQ(probe.inside.load(), 0);
+}
+
+TEST_F(ThreadPoolTest, DeleteTimerQueueTimerFromItsOwnCallbackReportsIoPending) {
+  for (HANDLE completion : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE}) {
+    Probe probe;
+    probe.selfCompletion = completion;
+    HANDLE timer = nullptr;
+    // The callback finds its own handle in the probe; the timer is due only after it is stored.
+    ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, DeleteSelfCallback, &probe, 3600000, 0, 0));
+    probe.self = timer;
+    ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer, 0, 0));
+    AwaitSignal(probe.left.get());
+    EXPECT_FALSE(probe.selfResult.load());
+    EXPECT_EQ(probe.selfError.load(), static_cast<DWORD>(ERROR_IO_PENDING));
+    ExpectNoSignal(probe.left.get());
+    EXPECT_EQ(probe.calls.load(), 1);
+  }
+}
+
+TEST_F(ThreadPoolTest, DeleteTimerQueueTimerRejectsACompletionThatIsNotAnEvent) {
+  Probe probe;
+  UniqueTimer timer;
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 3600000, 0, 0));
+  int notAHandle = 0;
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer.get(), &notAHandle));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+  // The timer is still there.
+  EXPECT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 3600000, 0));
+}
+
+}  // namespace
+}  // namespace Platform
