@@ -21,7 +21,7 @@ class FreeThreadedMarshaler final : public IMarshal {
 public:
   explicit FreeThreadedMarshaler(IUnknown* outer) : m_outer(outer), m_inner(this) {}
 
-  IUnknown* Inner() { return &m_inner; }
+  IUnknown* NonDelegatingUnknown() { return &m_inner; }
 
   HRESULT QueryInterface(REFIID iid, void** object) override { return m_outer->QueryInterface(iid, object); }
   ULONG AddRef() override { return m_outer->AddRef(); }
@@ -43,9 +43,9 @@ public:
   HRESULT DisconnectObject(DWORD) override { return S_OK; }
 
 private:
-  class Inner final : public IUnknown {
+  class InnerUnknown final : public IUnknown {
   public:
-    explicit Inner(FreeThreadedMarshaler* owner) : m_owner(owner) {}
+    explicit InnerUnknown(FreeThreadedMarshaler* owner) : m_owner(owner) {}
     HRESULT QueryInterface(REFIID iid, void** object) override {
       if (object == nullptr) return E_POINTER;
       if (iid == IID_IUnknown) {
@@ -72,7 +72,7 @@ private:
   };
 
   IUnknown* m_outer;
-  Inner m_inner;
+  InnerUnknown m_inner;
 };
 
 }  // namespace
@@ -89,7 +89,7 @@ HRESULT CoCreateFreeThreadedMarshaler(IUnknown* outer, IUnknown** marshaler) {
   if (outer == nullptr) return E_INVALIDARG;
   auto* created = new (std::nothrow) FreeThreadedMarshaler(outer);
   if (created == nullptr) return E_OUTOFMEMORY;
-  *marshaler = created->Inner();
+  *marshaler = created->NonDelegatingUnknown();
   return S_OK;
 }
 
