@@ -56,7 +56,8 @@ private:
         *object = nullptr;
         return E_NOINTERFACE;
       }
-      AddRef();
+      // Through the interface handed out: the marshaler's IMarshal counts on the outer object.
+      static_cast<IUnknown*>(*object)->AddRef();
       return S_OK;
     }
     ULONG AddRef() override { return ++m_count; }
