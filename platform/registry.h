@@ -10,6 +10,7 @@
 // may be called from any thread, and borrows its string and buffer arguments for the call only.
 #pragma once
 
+#include "platform/security.h"
 #include "platform/types.h"
 
 namespace Platform {
@@ -25,8 +26,9 @@ struct FILETIME {
   DWORD dwHighDateTime;
 };
 
-using SECURITY_INFORMATION = DWORD;
-constexpr SECURITY_INFORMATION DACL_SECURITY_INFORMATION = 0x00000004;
+// Error numbers that only registry functions give.
+constexpr LONG ERROR_NOACCESS = 998;
+constexpr LONG ERROR_DATATYPE_MISMATCH = 1629;
 
 // Predefined keys, with the values Windows gives them.
 inline HKEY const HKEY_CLASSES_ROOT = reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000000u)));
@@ -63,6 +65,11 @@ constexpr REGSAM KEY_READ = 0x20019;
 constexpr REGSAM KEY_WRITE = 0x20006;
 constexpr REGSAM KEY_EXECUTE = 0x20019;
 constexpr REGSAM KEY_ALL_ACCESS = 0xF003F;
+constexpr REGSAM MAXIMUM_ALLOWED = 0x02000000;
+constexpr REGSAM GENERIC_ALL = 0x10000000;
+constexpr REGSAM GENERIC_EXECUTE = 0x20000000;
+constexpr REGSAM GENERIC_WRITE = 0x40000000;
+constexpr REGSAM GENERIC_READ = 0x80000000;
 
 // Options of RegCreateKeyExW and dispositions.
 constexpr DWORD REG_OPTION_NON_VOLATILE = 0x0;

@@ -1,0 +1,196 @@
+// One hive of the Linux registry: a SQLite database in WAL mode, shared by every process.
+//
+// The hive holds the keys (a tree, each row with its full folded path), the values, and the change
+// log. Every registry call that changes something is one IMMEDIATE transaction, so that several
+// processes may write at once and a writer killed at any moment leaves either all of its call or
+// none of it. Reads are single statements, each on its own WAL snapshot, without a transaction.
+//
+// Reads go through an in-process cache of key ids and values that is checked against the hive's
+// shared change counters (HiveGenerations) at every use, so that a change by any process is seen
+// by the next call of every other one.
+//
+// A process has one RegistryHive per hive file. Its lock serialises the use of its connection and
+// caches; any thread may call any function.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/posix/registry_change_log.h"
+#include "platform/posix/registry_generation.h"
+#include "platform/posix/registry_names.h"
+#include "platform/posix/registry_sqlite.h"
+#include "platform/types.h"
+
+namespace Platform::Posix {
+
+constexpr std::uint64_t kNoGeneration = 1;  // odd: never a count at which something is current
+
+struct SubKeyEntry {
+  std::u16string name;
+  std::u16string folded;
+  std::u16string keyClass;
+  std::int64_t lastWrite = 0;  // FILETIME ticks
+};
+
+struct ValueEntry {
+  std::u16string name;
+  DWORD type = 0;
+  std::vector<BYTE> data;
+};
+
+// What an open handle knows of its key. Owned by the handle; its mutable parts are guarded by the
+// hive's lock.
+struct HiveKey {
+  std::int64_t id = 0;
+  std::u16string path;  // folded path within the hive, "" for the hive's root
+  bool isVolatile = false;
+  std::uint64_t aliveAt = kNoGeneration;  // structure count at which the key was last seen to exist
+  // Enumeration snapshots, taken at index 0 or when the hive changed since.
+  std::vector<SubKeyEntry> subKeys;
+  std::uint64_t subKeysStructure = kNoGeneration;
+  std::uint64_t subKeysValues = kNoGeneration;
+  std::vector<ValueEntry> values;
+  std::uint64_t valuesAt = kNoGeneration;
+};
+
+struct KeySummary {
+  std::u16string keyClass;
+  DWORD subKeys = 0;
+  DWORD maxSubKeyLength = 0;  // characters
+  DWORD maxClassLength = 0;   // characters
+  DWORD values = 0;
+  DWORD maxValueNameLength = 0;  // characters
+  DWORD maxValueLength = 0;      // bytes
+  DWORD securityDescriptorLength = 0;
+  std::int64_t lastWrite = 0;
+};
+
+struct CreateOptions {
+  bool isVolatile = false;
+  std::u16string_view keyClass;
+  std::span<const BYTE> security;  // self-relative security descriptor, empty for none
+};
+
+// Receives a value's type and bytes under the hive's lock; must not call back into the registry.
+using ValueConsumer = void (*)(void* context, DWORD type, const BYTE* data, std::size_t size);
+
+class RegistryHive {
+public:
+  // Opens (creating when the folder allows) the hive `name` in `folder`. `bootId` tells which
+  // volatile keys belong to this boot; the others are removed. Returns ERROR_SUCCESS; ERROR_BADDB
+  // for a file that is not a hive (the file is left untouched); other errors of the open.
+  static LSTATUS Open(const std::string& folder, const std::string& name, const std::string& bootId,
+                      std::unique_ptr<RegistryHive>& hive);
+  ~RegistryHive();
+  RegistryHive(const RegistryHive&) = delete;
+  RegistryHive& operator=(const RegistryHive&) = delete;
+
+  const std::string& FilePath() const { return m_filePath; }
+  bool IsWritable() const { return m_writable; }
+
+  // Fills `root` with the hive's root key, or with the key at `path` below it, which is created
+  // when missing and the hive is writable.
+  LSTATUS OpenRoot(std::u16string_view path, HiveKey& root);
+
+  // Opens the key at `relative` below `base` (the same key when empty). ERROR_FILE_NOT_FOUND,
+  // ERROR_KEY_DELETED when `base` no longer exists.
+  LSTATUS OpenKey(HiveKey& base, const KeyPath& relative, HiveKey& key);
+
+  // Creates what is missing of `relative` below `base` and opens the last key. `disposition`
+  // receives REG_CREATED_NEW_KEY or REG_OPENED_EXISTING_KEY. ERROR_CHILD_MUST_BE_VOLATILE under a
+  // volatile key, ERROR_ACCESS_DENIED in a read-only hive, ERROR_KEY_DELETED.
+  LSTATUS CreateKey(HiveKey& base, const KeyPath& relative, const CreateOptions& options, HiveKey& key,
+                    DWORD& disposition);
+
+  // Hands the value `name` of `key` to `consumer`. ERROR_FILE_NOT_FOUND, ERROR_KEY_DELETED.
+  LSTATUS ReadValue(HiveKey& key, std::u16string_view name, ValueConsumer consumer, void* context);
+
+  // Sets the value `name` of the key at `relative` below `key`, creating that key (not volatile)
+  // when it is missing. ERROR_CHILD_MUST_BE_VOLATILE, ERROR_ACCESS_DENIED, ERROR_KEY_DELETED.
+  LSTATUS SetValue(HiveKey& key, const KeyPath& relative, std::u16string_view name, DWORD type, const BYTE* data,
+                   std::size_t size);
+
+  // Deletes the value `name` of the key at `relative` below `key`. ERROR_FILE_NOT_FOUND for a
+  // missing key or value.
+  LSTATUS DeleteValue(HiveKey& key, const KeyPath& relative, std::u16string_view name);
+
+  // With `relative` empty: deletes every sub-key and value of `key`. Otherwise deletes the key at
+  // `relative` with its subtree. ERROR_FILE_NOT_FOUND, ERROR_KEY_DELETED.
+  LSTATUS DeleteTree(HiveKey& key, const KeyPath& relative);
+
+  // Deletes the key at `relative` below `key` (`key` itself when empty), which must have no
+  // sub-keys (ERROR_ACCESS_DENIED otherwise, and for a hive's root).
+  LSTATUS DeleteKey(HiveKey& key, const KeyPath& relative);
+
+  // The sub-key at `index` in enumeration order, copied out of the handle's snapshot.
+  // ERROR_NO_MORE_ITEMS past the end.
+  LSTATUS EnumSubKey(HiveKey& key, DWORD index, bool needLastWrite, SubKeyEntry& entry);
+
+  // Calls `visit` with the value at `index` of `key` in enumeration order, under the hive's lock.
+  LSTATUS EnumValue(HiveKey& key, DWORD index, void (*visit)(void* context, const ValueEntry& entry), void* context);
+
+  LSTATUS QueryInfo(HiveKey& key, KeySummary& summary);
+
+  // Replaces the key's security descriptor (self-relative, kept as it is).
+  LSTATUS SetSecurity(HiveKey& key, std::span<const BYTE> descriptor);
+
+  // The sequence number of the hive's last change.
+  LSTATUS LastChange(std::int64_t& sequence);
+
+private:
+  class Transaction;
+  struct CachedKey {
+    std::int64_t id = 0;  // 0: no such key
+    bool isVolatile = false;
+  };
+  struct CachedValue {
+    bool exists = false;
+    DWORD type = 0;
+    std::vector<BYTE> data;
+  };
+  struct Statements;
+
+  RegistryHive() = default;
+  LSTATUS Initialise(const std::string& bootId);
+  LSTATUS PrepareStatements();
+
+  // Under m_mutex.
+  LSTATUS CheckAlive(HiveKey& key);
+  LSTATUS LookUpKey(const std::u16string& path, CachedKey& found);
+  bool KeyCacheCurrent(std::uint64_t& structure);
+  bool ValueCacheCurrent(std::uint64_t& values);
+  void ForgetCaches();
+  // Inside a write transaction: walks `relative` below `base`, creating what is missing when
+  // `create`. Fills `key`, and `created` when something was created.
+  LSTATUS ResolveForWrite(Transaction& transaction, HiveKey& base, const KeyPath& relative, bool create,
+                          const CreateOptions& options, HiveKey& key, bool& created);
+  LSTATUS RecordChange(Transaction& transaction, ChangeKind kind, std::u16string_view path);
+  LSTATUS LoadSubKeys(HiveKey& key, bool needLastWrite);
+  LSTATUS LoadValues(HiveKey& key);
+
+  std::mutex m_mutex;
+  std::string m_filePath;
+  bool m_writable = false;
+  std::string m_bootId;
+  sqlite3* m_db = nullptr;
+  std::unique_ptr<Statements> m_statements;
+  std::unique_ptr<HiveGenerations> m_generations;
+
+  std::unordered_map<std::u16string, CachedKey> m_keyCache;
+  std::uint64_t m_keyCacheAt = kNoGeneration;
+  std::unordered_map<std::u16string, CachedValue> m_valueCache;  // key: id in 4 units, then folded name
+  std::uint64_t m_valueCacheAt = kNoGeneration;
+  std::size_t m_valueCacheBytes = 0;
+  std::u16string m_scratch;
+};
+
+}  // namespace Platform::Posix
