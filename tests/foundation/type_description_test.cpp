@@ -143,8 +143,8 @@ TEST_F(TypeDescriptionTest, PointersKnowTheirPointeeAndArraysTheirElementAndBoun
   EXPECT_EQ(data4->GetDecayedType(), TypeOfPointer<TypeOfUnsignedChar>());
   EXPECT_EQ(Name(data4->GetDecayedType()), "unsigned char *");
   EXPECT_EQ(TypeOfInt()->GetDecayedType(), TypeOfInt());
-  EXPECT_EQ(Name(TypeOfArray<TypeOfInt, 0>()), "int[]");
-  EXPECT_EQ(TypeOfArray<TypeOfInt, 0>()->GetArrayCount(), 0);
+  EXPECT_EQ(Name(TypeOfArray<TypeOfInt, 0>()), std::string("int[]"));
+  EXPECT_EQ((TypeOfArray<TypeOfInt, 0>()->GetArrayCount()), 0);
 }
 
 TEST_F(TypeDescriptionTest, AppendToPutsABlankOnlyWhenAsked) {
@@ -197,7 +197,8 @@ TEST_F(TypeDescriptionTest, SignednessFailsAtTheTraitsUnlessFlag2IsSet) {
 
 TEST_F(TypeDescriptionTest, SignednessWarningIsVisibleAtTheDefaultLevel) {
   LogSetLevel(LogLevelWarning);
-  EXPECT_TRUE(TypeOfUnsignedShort()->Match(TypeOfShort(), TypeMatchTolerateSignedness));
+  // The arithmetic diagnostic of the differing names stays at level 5, out of sight.
+  EXPECT_TRUE(TypeOfUnsignedShort()->Match(TypeOfShort(), TypeMatchTolerateSignedness | TypeMatchArithmeticByForm));
   EXPECT_FALSE(TypeOfUnsignedShort()->Match(TypeOfShort(), 0));
   const std::vector<std::string> lines = log.Lines();
   ASSERT_EQ(lines.size(), 1u);
