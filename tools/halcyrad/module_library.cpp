@@ -32,7 +32,7 @@ bool ModuleLibrary::Load(const std::u16string& path, std::string& error) {
 }
 
 bool ModuleLibrary::Configure(const HalcyraHostSettings& settings) {
-  return m_configureHost != nullptr && m_configureHost(&settings) == ErrorNone;
+  return m_configureHost == nullptr || m_configureHost(&settings) == ErrorNone;
 }
 
 Daemon::IModule* ModuleLibrary::OpenFirstModule(Common::GUID& clsid, std::string& error) {

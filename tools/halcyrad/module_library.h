@@ -12,7 +12,8 @@ public:
   // file cannot be loaded or lacks an export.
   bool Load(const std::u16string& path, std::string& error);
 
-  // Configures the library's log; the host-support entry is optional.
+  // Configures the library's log through its host-support entry, which a library may lack.
+  // Returns false when the library refuses the settings.
   bool Configure(const HalcyraHostSettings& settings);
 
   // GetModuleNames, GetCLSIDFromModuleName and CreateModule for the first module, then GetModule.
