@@ -175,15 +175,19 @@ bool ParseNumber(std::u16string_view text, int base, std::uint64_t limit, std::u
   return true;
 }
 
+bool IsSidCharacter(char16_t c) {
+  return c == u'-' || c == u'x' || c == u'X' || (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'F') ||
+         (c >= u'a' && c <= u'f');
+}
+
 // Reads a SID written as "S-1-<authority>-<sub>..." or as a well-known abbreviation, from the
 // start of `text`, and advances `text` past it.
 std::optional<Sid> ParseSid(std::u16string_view& text) {
   if (text.size() >= 2 && text[0] == u'S' && text[1] == u'-') {
+    // A SID string runs over digits, dashes and the letters of a hexadecimal authority; a letter
+    // followed by ':' opens the next part ("O:S-1-5-18D:...").
     std::size_t end = 2;
-    while (end < text.size() && (text[end] == u'-' || text[end] == u'x' || text[end] == u'X' ||
-                                 (text[end] >= u'0' && text[end] <= u'9') ||
-                                 (text[end] >= u'A' && text[end] <= u'F') || (text[end] >= u'a' && text[end] <= u'f'))) {
-      // A hexadecimal authority is the only place for letters; stop at the start of the next part.
+    while (end < text.size() && IsSidCharacter(text[end])) {
       if (end + 1 < text.size() && text[end + 1] == u':') break;
       ++end;
     }

@@ -73,7 +73,8 @@ void Sleep(DWORD milliseconds) {
   if (milliseconds == INFINITE) {
     for (;;) pause();
   }
-  timespec remaining{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000L};
+  timespec remaining{static_cast<time_t>(milliseconds / 1000),
+                     static_cast<long>(milliseconds % 1000) * 1000000L};
   // A signal handler may cut the sleep short; sleep on for what is left.
   while (nanosleep(&remaining, &remaining) == -1 && errno == EINTR) {
   }
