@@ -48,7 +48,18 @@ void Emit(const char* utf8) {
 
 void OutputDebugStringW(LPCWSTR text) {
   if (text == nullptr) return;
-  Emit(Utf16ToUtf8(text).c_str());
+  // Log lines (at most 2048 UTF-16 units, three bytes each at most) convert on the stack, so that
+  // logging allocates nothing; only longer texts take the heap.
+  char line[8192];
+  std::size_t used = 0;
+  std::size_t index = 0;
+  while (text[index] != 0 && used + 4 < sizeof(line)) used += EncodeUtf8(DecodeUtf16(text, index), line + used);
+  if (text[index] != 0) {
+    Emit(Utf16ToUtf8(text).c_str());
+    return;
+  }
+  line[used] = 0;
+  Emit(line);
 }
 
 void OutputDebugStringA(const char* text) {
