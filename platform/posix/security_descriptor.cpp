@@ -70,25 +70,25 @@ constexpr std::array<Code, 7> kCompositeRights{{
     {u"FX", 0x001200A0},
 }};
 
-// Single rights, in the order in which they are written.
+// Single rights, written in the order of their bits, as Windows writes them ("CCLCSWRPWPDTLOCRRC").
 constexpr std::array<Code, 17> kSingleRights{{
-    {u"GA", 0x10000000},
-    {u"GR", 0x80000000},
-    {u"GW", 0x40000000},
-    {u"GX", 0x20000000},
-    {u"RC", 0x00020000},
-    {u"SD", 0x00010000},
-    {u"WD", 0x00040000},
-    {u"WO", 0x00080000},
-    {u"RP", 0x00000010},
-    {u"WP", 0x00000020},
     {u"CC", 0x00000001},
     {u"DC", 0x00000002},
     {u"LC", 0x00000004},
     {u"SW", 0x00000008},
-    {u"LO", 0x00000080},
+    {u"RP", 0x00000010},
+    {u"WP", 0x00000020},
     {u"DT", 0x00000040},
+    {u"LO", 0x00000080},
     {u"CR", 0x00000100},
+    {u"SD", 0x00010000},
+    {u"RC", 0x00020000},
+    {u"WD", 0x00040000},
+    {u"WO", 0x00080000},
+    {u"GA", 0x10000000},
+    {u"GX", 0x20000000},
+    {u"GW", 0x40000000},
+    {u"GR", 0x80000000},
 }};
 
 // The policy bits of a mandatory label entry.

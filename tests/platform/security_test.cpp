@@ -100,7 +100,8 @@ TEST_F(SecurityTest, EmptyDaclTextGivesAPresentEmptyList) {
 }
 
 TEST_F(SecurityTest, TextOfTheProductStorageIsKept) {
-  ExpectRoundTrip(u"D:(A;OICI;GRGW;;;IU)(A;OICI;GA;;;BA)", u"D:(A;OICI;GRGW;;;IU)(A;OICI;GA;;;BA)");
+  // Rights are written back in the order of their bits, so GRGW comes back as GWGR.
+  ExpectRoundTrip(u"D:(A;OICI;GRGW;;;IU)(A;OICI;GA;;;BA)", u"D:(A;OICI;GWGR;;;IU)(A;OICI;GA;;;BA)");
 }
 
 TEST_F(SecurityTest, EveryTrusteeOfTheSystemIsKept) {
@@ -137,11 +138,12 @@ TEST_F(SecurityTest, CopiedDescriptorReadsTheSame) {
 }
 
 TEST_F(SecurityTest, RightsAndFlagsAreWrittenInCanonicalForm) {
-  ExpectRoundTrip(u"D:(A;CIOI;GWGR;;;IU)", u"D:(A;OICI;GRGW;;;IU)");
+  ExpectRoundTrip(u"D:(A;CIOI;GRGW;;;IU)", u"D:(A;OICI;GWGR;;;IU)");
   ExpectRoundTrip(u"D:(A;;0x1F01FF;;;BA)", u"D:(A;;FA;;;BA)");
   ExpectRoundTrip(u"D:(A;;0x20019;;;BU)", u"D:(A;;KR;;;BU)");
   ExpectRoundTrip(u"D:(A;;KX;;;BU)", u"D:(A;;KR;;;BU)");
-  ExpectRoundTrip(u"D:(A;;CCLCSWRPRC;;;AU)", u"D:(A;;RCRPCCLCSW;;;AU)");
+  ExpectRoundTrip(u"D:(A;;RCWPDTCCLCSWRPLOCR;;;AU)", u"D:(A;;CCLCSWRPWPDTLOCRRC;;;AU)");
+  ExpectRoundTrip(u"D:(A;;GXGA;;;AU)", u"D:(A;;GAGX;;;AU)");
   ExpectRoundTrip(u"D:(A;;0x00001000;;;BA)", u"D:(A;;0x1000;;;BA)");
   ExpectRoundTrip(u"D:(A;;16;;;BA)", u"D:(A;;RP;;;BA)");
 }
