@@ -25,6 +25,19 @@ BOOL ConvertStringSecurityDescriptorToSecurityDescriptorW(LPCWSTR text, DWORD re
                                                                 Win32::ToNativeUlong(descriptorSize));
 }
 
+BOOL ConvertSecurityDescriptorToStringSecurityDescriptorW(PSECURITY_DESCRIPTOR descriptor, DWORD revision,
+                                                          SECURITY_INFORMATION information, LPWSTR* text,
+                                                          ULONG* textSize) {
+  return ::ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, revision, information,
+                                                                Win32::ToWide(text), Win32::ToNativeUlong(textSize));
+}
+
+BOOL IsValidSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor) { return ::IsValidSecurityDescriptor(descriptor); }
+
+DWORD GetSecurityDescriptorLength(PSECURITY_DESCRIPTOR descriptor) {
+  return ::GetSecurityDescriptorLength(descriptor);
+}
+
 HLOCAL LocalFree(HLOCAL block) { return ::LocalFree(block); }
 
 }  // namespace Platform

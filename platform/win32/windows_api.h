@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "platform/com.h"
 #include "platform/critical_section.h"
 #include "platform/debug_channel.h"
 #include "platform/environment.h"
@@ -46,6 +47,8 @@
 #include <windows.h>
 
 #include <objbase.h>
+#include <propidl.h>
+#include <propsys.h>
 #include <sddl.h>
 #include <shlwapi.h>
 
@@ -54,6 +57,7 @@ namespace Platform::Win32 {
 // Strings: the same UTF-16 code units under another character type.
 inline const wchar_t* ToWide(const char16_t* text) { return reinterpret_cast<const wchar_t*>(text); }
 inline wchar_t* ToWide(char16_t* text) { return reinterpret_cast<wchar_t*>(text); }
+inline wchar_t** ToWide(char16_t** text) { return reinterpret_cast<wchar_t**>(text); }
 inline const char16_t* FromWide(const wchar_t* text) { return reinterpret_cast<const char16_t*>(text); }
 inline char16_t* FromWide(wchar_t* text) { return reinterpret_cast<char16_t*>(text); }
 
@@ -77,6 +81,9 @@ inline ::LPCRITICAL_SECTION ToNative(Platform::CRITICAL_SECTION* section) {
 inline ::PSID_IDENTIFIER_AUTHORITY ToNative(const Platform::SID_IDENTIFIER_AUTHORITY* authority) {
   return reinterpret_cast<::PSID_IDENTIFIER_AUTHORITY>(const_cast<Platform::SID_IDENTIFIER_AUTHORITY*>(authority));
 }
+// COM interfaces: the portable declarations keep the slot order of the real ones.
+inline ::IUnknown* ToNative(Platform::IUnknown* object) { return reinterpret_cast<::IUnknown*>(object); }
+inline ::IUnknown** ToNative(Platform::IUnknown** object) { return reinterpret_cast<::IUnknown**>(object); }
 inline Platform::FARPROC FromNative(::FARPROC function) { return reinterpret_cast<Platform::FARPROC>(function); }
 
 // Callbacks: on x64 there is one calling convention, and the parameter and result types below have
@@ -151,6 +158,11 @@ static_assert(offsetof(Platform::OSVERSIONINFOEXW, wSuiteMask) == offsetof(::OSV
 static_assert(offsetof(Platform::OSVERSIONINFOEXW, wProductType) == offsetof(::OSVERSIONINFOEXW, wProductType));
 
 static_assert(kSameRepresentation<Platform::SID_IDENTIFIER_AUTHORITY, ::SID_IDENTIFIER_AUTHORITY>);
+static_assert(kSameRepresentation<Platform::SECURITY_INFORMATION, ::SECURITY_INFORMATION>);
+
+// An interface is one pointer to a table of slots in declaration order, on both sides.
+static_assert(kSameRepresentation<Platform::IUnknown, ::IUnknown>);
+static_assert(std::is_polymorphic_v<Platform::IUnknown> && !std::has_virtual_destructor_v<Platform::IUnknown>);
 
 // The portable lock is room for the real one.
 static_assert(sizeof(::CRITICAL_SECTION) <= sizeof(Platform::CRITICAL_SECTION{}.storage));

@@ -10,6 +10,7 @@
 #include "platform/synchronization.h"
 #include "platform/system_error.h"
 #include "platform/unique_handle.h"
+#include "tests/support/platform_kind.h"
 
 namespace Platform {
 namespace {
@@ -111,6 +112,10 @@ TEST_F(ThreadPoolTest, QueueUserWorkItemAcceptsThePersistentThreadFlag) {
 }
 
 TEST_F(ThreadPoolTest, QueueUserWorkItemRejectsANullFunction) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "the system pool does not check the function: it queues a null one, which then faults on a "
+                    "pool thread";
+  }
   SetLastError(ERROR_SUCCESS);
   EXPECT_FALSE(QueueUserWorkItem(nullptr, nullptr, 0));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
@@ -230,6 +235,9 @@ TEST_F(ThreadPoolTest, WaitThatTimesOutFiresWithTimerOrWaitFiredTrue) {
 }
 
 TEST_F(ThreadPoolTest, RepeatedWaitTimesOutAgainAfterEachTimeOut) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Wine's pool times a repeated wait out once only; Windows starts the interval again";
+  }
   Probe probe;
   UniqueKernelHandle event = MakeEvent(false);
   UniqueWait wait;
@@ -241,6 +249,9 @@ TEST_F(ThreadPoolTest, RepeatedWaitTimesOutAgainAfterEachTimeOut) {
 }
 
 TEST_F(ThreadPoolTest, RegisterWaitRejectsAHandleThatIsNotOpen) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "the system registers a wait on any handle value; a bad one fails later, in the pool's wait thread";
+  }
   Probe probe;
   HANDLE wait = nullptr;
   SetLastError(ERROR_SUCCESS);
@@ -249,6 +260,9 @@ TEST_F(ThreadPoolTest, RegisterWaitRejectsAHandleThatIsNotOpen) {
 }
 
 TEST_F(ThreadPoolTest, WaitOutlivesTheClosingOfItsEventHandle) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows leaves undefined what a pending wait does when its handle is closed";
+  }
   Probe probe;
   HANDLE event = CreateEventW(nullptr, FALSE, TRUE, nullptr);
   ASSERT_NE(event, nullptr);
