@@ -1,0 +1,279 @@
+// The registry shared by separate processes: halcyra-reg and a child program of the tests run as
+// processes of their own against the sandbox's registry (they inherit its HALCYRA_REGISTRY_ROOT).
+// Spawning is only done on Linux; on Windows these tests skip.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <mutex>
+#include <random>
+#include <set>
+#include <thread>
+
+#include "platform/registry.h"
+#include "platform/synchronization.h"
+#include "platform/unique_handle.h"
+#include "tests/platform/registry/child_process.h"
+#include "tests/platform/registry/registry_sandbox.h"
+
+using namespace Platform;
+using Testing::ChildProcess;
+
+namespace {
+
+constexpr int kLineWait = 10000;
+
+class RegistryCrossProcessTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    if (!ChildProcess::Supported()) GTEST_SKIP() << "the tests spawn processes on Linux only";
+    ASSERT_TRUE(m_sandbox.Ready());
+  }
+
+  // Reads lines of `child` until one contains `text`; false when none does in time.
+  static bool WaitForLine(ChildProcess& child, const std::string& text, std::string* line = nullptr) {
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLineWait);
+    std::string read;
+    while (std::chrono::steady_clock::now() < deadline) {
+      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+      if (!child.ReadLine(read, static_cast<int>(left.count()) + 1)) return false;
+      if (read.find(text) != std::string::npos) {
+        if (line != nullptr) *line = read;
+        return true;
+      }
+    }
+    return false;
+  }
+
+  Testing::RegistrySandbox m_sandbox;
+};
+
+TEST_F(RegistryCrossProcessTest, WatchToolPrintsAChangeMadeByTheAddTool) {
+  UniqueKey probe;
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CURRENT_USER, u"Software\\Probe", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                           probe.put(), nullptr));
+  ChildProcess watcher;
+  ASSERT_TRUE(watcher.Start(HALCYRA_REG_TOOL, {"watch", "HKCU\\Software\\Probe", "/s"}));
+  ASSERT_TRUE(WaitForLine(watcher, "Watching HKEY_CURRENT_USER\\Software\\Probe"));
+
+  ChildProcess::Result added =
+      ChildProcess::Run(HALCYRA_REG_TOOL, {"add", "HKCU\\Software\\Probe\\A", "/v", "x", "/t", "REG_DWORD", "/d", "5", "/f"});
+  EXPECT_EQ(0, added.exitCode);
+  EXPECT_EQ("The operation completed successfully.\n", added.output);
+
+  std::string line;
+  ASSERT_TRUE(WaitForLine(watcher, "x    REG_DWORD", &line));
+  EXPECT_EQ("HKEY_CURRENT_USER\\Software\\Probe\\A    x    REG_DWORD    0x5", line);
+  watcher.Interrupt();
+  EXPECT_NE(-1, watcher.Finish(kLineWait).exitCode);
+}
+
+TEST_F(RegistryCrossProcessTest, ChildWatchIsSignalledByAWriteOfThisProcess) {
+  UniqueKey watched;
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Watched", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                           watched.put(), nullptr));
+  ChildProcess child;
+  std::string key = Testing::Narrow(m_sandbox.RootPath()) + "\\Watched";
+  ASSERT_TRUE(child.Start(HALCYRA_REGISTRY_CHILD, {"watch", key, "10"}));
+  ASSERT_TRUE(WaitForLine(child, "armed"));
+  DWORD value = 1;
+  ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(watched.get(), u"Deeper", u"V", REG_DWORD, &value, 4));
+  ChildProcess::Result result = child.Finish(kLineWait);
+  EXPECT_EQ(0, result.exitCode);
+  EXPECT_EQ("signalled\n", result.output);
+}
+
+TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites) {
+  const std::string key = Testing::Narrow(m_sandbox.RootPath()) + "\\Killed";
+  const std::u16string wideKey = Testing::Widen(key);
+  std::mt19937 random(std::random_device{}());
+  for (int round = 0; round < 3; ++round) {
+    LSTATUS cleared = RegDeleteTreeW(HKEY_CURRENT_USER, wideKey.c_str());
+    ASSERT_TRUE(cleared == ERROR_SUCCESS || cleared == ERROR_FILE_NOT_FOUND);
+    ChildProcess writer;
+    ASSERT_TRUE(writer.Start(HALCYRA_REGISTRY_CHILD, {"sequence", key, "10000"}));
+    ASSERT_TRUE(WaitForLine(writer, "started"));
+    // Lets the writer get a random way into its run before the kill; the wait is bounded.
+    const DWORD target = std::uniform_int_distribution<DWORD>(200, 4000)(random);
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    char targetName[16];
+    std::snprintf(targetName, sizeof(targetName), "N%05u", target);
+    const std::u16string wideTarget = Testing::Widen(targetName);
+    while (RegGetValueW(HKEY_CURRENT_USER, wideKey.c_str(), wideTarget.c_str(), RRF_RT_ANY, nullptr, nullptr, nullptr) !=
+               ERROR_SUCCESS &&
+           std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::yield();
+    }
+    writer.Kill();
+    ChildProcess::Result result = writer.Finish(kLineWait);
+    ASSERT_EQ(128 + 9, result.exitCode) << "the writer ended before it was killed: " << result.output;
+
+    // A fresh start of the registry in this process opens the hive as any next process would.
+    Testing::RegistrySandbox::ReopenRegistry();
+    UniqueKey killed;
+    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, wideKey.c_str(), 0, KEY_READ, killed.put()));
+    std::set<DWORD> numbers;
+    for (DWORD index = 0;; ++index) {
+      char16_t name[32];
+      DWORD length = 32, data = 0, size = 4, type = 0;
+      LSTATUS status = RegEnumValueW(killed.get(), index, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
+      if (status == ERROR_NO_MORE_ITEMS) break;
+      ASSERT_EQ(ERROR_SUCCESS, status);
+      char expected[16];
+      std::snprintf(expected, sizeof(expected), "N%05u", data);
+      EXPECT_EQ(Testing::Widen(expected), std::u16string(name, length));
+      EXPECT_EQ(REG_DWORD, type);
+      numbers.insert(data);
+    }
+    ASSERT_FALSE(numbers.empty());
+    EXPECT_EQ(0u, *numbers.begin());
+    EXPECT_EQ(numbers.size() - 1, *numbers.rbegin()) << "the writes kept are not a prefix";
+    EXPECT_LT(numbers.size(), 10000u);
+    DWORD after = 1;
+    EXPECT_EQ(ERROR_SUCCESS, RegSetKeyValueW(HKEY_CURRENT_USER, wideKey.c_str(), u"After", REG_DWORD, &after, 4));
+  }
+}
+
+TEST_F(RegistryCrossProcessTest, FourWritersAndAWatcherLoseNothingInTenSeconds) {
+  const std::string base = Testing::Narrow(m_sandbox.RootPath()) + "\\Busy";
+  UniqueKey busy;
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CURRENT_USER, Testing::Widen(base).c_str(), 0, nullptr, 0,
+                                           KEY_ALL_ACCESS, nullptr, busy.put(), nullptr));
+  constexpr int kWriters = 4;
+  auto readValues = [&] {
+    std::map<int, DWORD> values;
+    for (int i = 0; i < kWriters; ++i) {
+      DWORD value = 0, size = 4;
+      std::u16string sub = u"W" + Testing::Widen(std::to_string(i));
+      if (RegGetValueW(busy.get(), sub.c_str(), u"Value", RRF_RT_REG_DWORD, nullptr, &value, &size) == ERROR_SUCCESS) {
+        values[i] = value;
+      }
+    }
+    return values;
+  };
+
+  // The watcher arms first and reads after, on every round, as a client of the notifications must.
+  std::atomic<bool> stop{false};
+  std::atomic<int> signals{0};
+  std::mutex viewMutex;
+  std::map<int, DWORD> lastView;
+  bool lastViewAfterSignal = false;
+  LSTATUS watcherStatus = ERROR_SUCCESS;
+  std::thread watcher([&] {
+    UniqueKernelHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    bool signalled = false;
+    while (!stop) {
+      LSTATUS status = RegNotifyChangeKeyValue(busy.get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_NAME |
+                                                                     REG_NOTIFY_THREAD_AGNOSTIC,
+                                               event.get(), TRUE);
+      if (status != ERROR_SUCCESS) {
+        watcherStatus = status;
+        return;
+      }
+      {
+        std::lock_guard<std::mutex> lock(viewMutex);
+        lastView = readValues();
+        lastViewAfterSignal = signalled;
+      }
+      while (!stop && WaitForSingleObject(event.get(), 50) != WAIT_OBJECT_0) {
+      }
+      signalled = true;
+      ++signals;
+    }
+  });
+
+  std::vector<std::unique_ptr<ChildProcess>> writers;
+  for (int i = 0; i < kWriters; ++i) {
+    writers.push_back(std::make_unique<ChildProcess>());
+    ASSERT_TRUE(writers.back()->Start(HALCYRA_REGISTRY_CHILD, {"writer", base + "\\W" + std::to_string(i), "10"}));
+  }
+  std::map<int, DWORD> lastWritten;
+  for (int i = 0; i < kWriters; ++i) {
+    ChildProcess::Result result = writers[i]->Finish(60000);
+    EXPECT_EQ(0, result.exitCode) << result.output << result.error;
+    unsigned failures = 1, last = 0;
+    ASSERT_EQ(2, std::sscanf(result.output.c_str(), "failures %u last %u", &failures, &last)) << result.output;
+    EXPECT_EQ(0u, failures);
+    EXPECT_GT(last, 0u);
+    lastWritten[i] = last;
+  }
+  EXPECT_EQ(lastWritten, readValues());
+
+  // After a signal for every change it had not seen, the watcher's view is the final one.
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  bool caughtUp = false;
+  while (!caughtUp && std::chrono::steady_clock::now() < deadline) {
+    {
+      std::lock_guard<std::mutex> lock(viewMutex);
+      caughtUp = lastView == lastWritten && lastViewAfterSignal;
+    }
+    if (!caughtUp) std::this_thread::yield();
+  }
+  stop = true;
+  watcher.join();
+  EXPECT_EQ(ERROR_SUCCESS, watcherStatus);
+  EXPECT_TRUE(caughtUp);
+  EXPECT_GT(signals.load(), 0);
+}
+
+TEST_F(RegistryCrossProcessTest, ExportAndImportRoundTripThroughAFile) {
+  UniqueKey source;
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Source\\Sub", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                           source.put(), nullptr));
+  DWORD number = 0x100;
+  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.get(), u"DWORD", 0, REG_DWORD, reinterpret_cast<BYTE*>(&number), 4));
+  const char16_t text[] = u"Use \\ and \" here";
+  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.get(), u"String", 0, REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof(text)));
+  std::vector<BYTE> binary(40);
+  for (std::size_t i = 0; i < binary.size(); ++i) binary[i] = static_cast<BYTE>(i * 7);
+  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.get(), nullptr, 0, 0x100, binary.data(), static_cast<DWORD>(binary.size())));
+
+  const std::string key = m_sandbox.RootCommandPath() + "\\Source";
+  const std::string file = m_sandbox.Folder() + "/export.reg";
+  ChildProcess::Result exported = ChildProcess::Run(HALCYRA_REG_TOOL, {"export", key, file, "/y"});
+  ASSERT_EQ(0, exported.exitCode) << exported.error;
+  ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(m_sandbox.Root(), u"Source"));
+  ChildProcess::Result imported = ChildProcess::Run(HALCYRA_REG_TOOL, {"import", file});
+  ASSERT_EQ(0, imported.exitCode) << imported.error;
+  EXPECT_EQ("The operation completed successfully.\n", imported.output);
+
+  UniqueKey back;
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_sandbox.Root(), u"Source\\Sub", 0, KEY_READ, back.put()));
+  DWORD readNumber = 0, size = 4;
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(back.get(), nullptr, u"DWORD", RRF_RT_REG_DWORD, nullptr, &readNumber, &size));
+  EXPECT_EQ(0x100u, readNumber);
+  char16_t readText[32];
+  size = sizeof(readText);
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(back.get(), nullptr, u"String", RRF_RT_REG_SZ, nullptr, readText, &size));
+  EXPECT_EQ(std::u16string(text), std::u16string(readText));
+  std::vector<BYTE> readBinary(64);
+  DWORD type = 0;
+  size = static_cast<DWORD>(readBinary.size());
+  EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(back.get(), nullptr, nullptr, &type, readBinary.data(), &size));
+  readBinary.resize(size);
+  EXPECT_EQ(0x100u, type);
+  EXPECT_EQ(binary, readBinary);
+}
+
+TEST_F(RegistryCrossProcessTest, QueryToolPrintsValuesAndSubKeysAsRegDoes) {
+  UniqueKey key;
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Query\\subkey", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                           key.put(), nullptr));
+  const char16_t hello[] = u"Hello, World";
+  DWORD number = 0x123;
+  ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(m_sandbox.Root(), u"Query", u"Test1", REG_SZ, hello, sizeof(hello)));
+  ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(m_sandbox.Root(), u"Query", u"Test2", REG_DWORD, &number, 4));
+  const std::string name = "HKEY_CURRENT_USER\\" + Testing::Narrow(m_sandbox.RootPath()) + "\\Query";
+  ChildProcess::Result result = ChildProcess::Run(HALCYRA_REG_TOOL, {"query", m_sandbox.RootCommandPath() + "\\Query"});
+  EXPECT_EQ(0, result.exitCode);
+  EXPECT_EQ("\n" + name + "\n    Test1    REG_SZ    Hello, World\n    Test2    REG_DWORD    0x123\n\n" + name +
+                "\\subkey\n",
+            result.output);
+
+  result = ChildProcess::Run(HALCYRA_REG_TOOL, {"query", m_sandbox.RootCommandPath() + "\\Query", "/v", "Missing"});
+  EXPECT_EQ(1, result.exitCode);
+  EXPECT_EQ("ERROR: The system was unable to find the specified registry key or value.\n", result.error);
+}
+
+}  // namespace
