@@ -11,6 +11,7 @@
 #include "platform/critical_section.h"
 #include "platform/debug_channel.h"
 #include "platform/module.h"
+#include "platform/no_destructor.h"
 #include "platform/utf.h"
 
 unsigned char logLockEnabled = 0;
@@ -41,14 +42,15 @@ LogState& State() {
   return state;
 }
 
+// Built once and never deleted: reports may run in static destructors after any other would.
+struct LogLockObject {
+  LogLockObject() { Platform::InitializeCriticalSectionAndSpinCount(&section, 0); }
+  Platform::CRITICAL_SECTION section;
+};
+
 Platform::CRITICAL_SECTION& LockObject() {
-  // Built once and never deleted: reports may run in static destructors after any other would.
-  static Platform::CRITICAL_SECTION* section = [] {
-    auto* created = new Platform::CRITICAL_SECTION;
-    Platform::InitializeCriticalSectionAndSpinCount(created, 0);
-    return created;
-  }();
-  return *section;
+  static Platform::NoDestructor<LogLockObject> lock;
+  return lock->section;
 }
 
 class LockScope {

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 
+#include "platform/no_destructor.h"
 #include "platform/utf.h"
 
 namespace Platform {
@@ -23,7 +24,7 @@ struct HookState {
 
 HookState& Hook() {
   // Never destroyed: lines may be written by static destructors that run after this one would.
-  static HookState* state = new HookState;
+  static NoDestructor<HookState> state;
   return *state;
 }
 

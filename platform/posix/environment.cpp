@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 
+#include "platform/no_destructor.h"
 #include "platform/system_error.h"
 #include "platform/utf.h"
 
@@ -12,7 +13,7 @@ namespace Platform {
 namespace {
 // getenv and setenv are not safe against each other; every access of this process goes through here.
 std::mutex& EnvironmentMutex() {
-  static std::mutex* mutex = new std::mutex;
+  static NoDestructor<std::mutex> mutex;
   return *mutex;
 }
 }  // namespace
