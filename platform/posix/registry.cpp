@@ -315,21 +315,32 @@ LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, DWORD* nameLength, DWO
   LSTATUS status = Resolve(key, open);
   if (status != ERROR_SUCCESS) return status;
   if (!Allows(*open, KEY_ENUMERATE_SUB_KEYS)) return ERROR_ACCESS_DENIED;
-  Posix::SubKeyEntry entry;
-  status = open->hive->EnumSubKey(open->key, index, lastWriteTime != nullptr, entry);
-  if (status != ERROR_SUCCESS) return status;
-  if (entry.name.size() >= *nameLength) return ERROR_MORE_DATA;
-  if (keyClass != nullptr && entry.keyClass.size() >= *classLength) return ERROR_MORE_DATA;
-  entry.name.copy(name, entry.name.size());
-  name[entry.name.size()] = 0;
-  *nameLength = static_cast<DWORD>(entry.name.size());
-  if (keyClass != nullptr) {
-    entry.keyClass.copy(keyClass, entry.keyClass.size());
-    keyClass[entry.keyClass.size()] = 0;
-  }
-  if (classLength != nullptr) *classLength = static_cast<DWORD>(entry.keyClass.size());
-  if (lastWriteTime != nullptr) *lastWriteTime = ToFileTime(entry.lastWrite);
-  return ERROR_SUCCESS;
+  struct Request {
+    LPWSTR name;
+    DWORD* nameLength;
+    LPWSTR keyClass;
+    DWORD* classLength;
+    FILETIME* lastWriteTime;
+    LSTATUS status = ERROR_SUCCESS;
+  } request{name, nameLength, keyClass, classLength, lastWriteTime};
+  auto visit = [](void* context, const Posix::SubKeyEntry& entry) {
+    auto& r = *static_cast<Request*>(context);
+    if (entry.name.size() >= *r.nameLength || (r.keyClass != nullptr && entry.keyClass.size() >= *r.classLength)) {
+      r.status = ERROR_MORE_DATA;
+      return;
+    }
+    entry.name.copy(r.name, entry.name.size());
+    r.name[entry.name.size()] = 0;
+    *r.nameLength = static_cast<DWORD>(entry.name.size());
+    if (r.keyClass != nullptr) {
+      entry.keyClass.copy(r.keyClass, entry.keyClass.size());
+      r.keyClass[entry.keyClass.size()] = 0;
+    }
+    if (r.classLength != nullptr) *r.classLength = static_cast<DWORD>(entry.keyClass.size());
+    if (r.lastWriteTime != nullptr) *r.lastWriteTime = ToFileTime(entry.lastWrite);
+  };
+  status = open->hive->EnumSubKey(open->key, index, lastWriteTime != nullptr, visit, &request);
+  return status != ERROR_SUCCESS ? status : request.status;
 }
 
 LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD nameLength) {

@@ -945,7 +945,8 @@ LSTATUS RegistryHive::LoadSubKeys(HiveKey& key, bool needLastWrite) {
   return ERROR_SUCCESS;
 }
 
-LSTATUS RegistryHive::EnumSubKey(HiveKey& key, DWORD index, bool needLastWrite, SubKeyEntry& entry) {
+LSTATUS RegistryHive::EnumSubKey(HiveKey& key, DWORD index, bool needLastWrite,
+                                 void (*visit)(void* context, const SubKeyEntry& entry), void* context) {
   std::lock_guard<std::mutex> lock(m_mutex);
   bool current;
   if (m_generations != nullptr) {
@@ -964,7 +965,7 @@ LSTATUS RegistryHive::EnumSubKey(HiveKey& key, DWORD index, bool needLastWrite, 
     if (status != ERROR_SUCCESS) return status;
   }
   if (index >= key.subKeys.size()) return ERROR_NO_MORE_ITEMS;
-  entry = key.subKeys[index];
+  visit(context, key.subKeys[index]);
   return ERROR_SUCCESS;
 }
 

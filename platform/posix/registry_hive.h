@@ -131,9 +131,10 @@ public:
   // sub-keys (ERROR_ACCESS_DENIED otherwise, and for a hive's root).
   LSTATUS DeleteKey(HiveKey& key, const KeyPath& relative);
 
-  // The sub-key at `index` in enumeration order, copied out of the handle's snapshot.
-  // ERROR_NO_MORE_ITEMS past the end.
-  LSTATUS EnumSubKey(HiveKey& key, DWORD index, bool needLastWrite, SubKeyEntry& entry);
+  // Calls `visit` with the sub-key at `index` in enumeration order, from the handle's snapshot and
+  // under the hive's lock. ERROR_NO_MORE_ITEMS past the end.
+  LSTATUS EnumSubKey(HiveKey& key, DWORD index, bool needLastWrite,
+                     void (*visit)(void* context, const SubKeyEntry& entry), void* context);
 
   // Calls `visit` with the value at `index` of `key` in enumeration order, under the hive's lock.
   LSTATUS EnumValue(HiveKey& key, DWORD index, void (*visit)(void* context, const ValueEntry& entry), void* context);
