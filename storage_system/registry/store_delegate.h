@@ -70,12 +70,6 @@ public:
   Platform::HKEY GetKey() const { return m_key.get(); }
   Platform::REGSAM GetAccessMask() const { return m_accessMask; }
 
-  // Postponement timers alive in the process now, and the most there ever were at once; for tests
-  // of the at-most-one rule.
-  static std::int64_t GetLiveTimerCount();
-  static std::int64_t GetPeakLiveTimerCount();
-  static void ResetPeakLiveTimerCount();
-
 private:
   IRegistryProperties* RegistryProperties();
   ILock* Lock();

@@ -36,40 +36,20 @@ const NotifySettings& Settings() {
   return settings;
 }
 
-std::atomic<std::int64_t> liveTimers{0};
-std::atomic<std::int64_t> peakLiveTimers{0};
-
-void CountTimerCreated() {
-  const std::int64_t live = ++liveTimers;
-  std::int64_t peak = peakLiveTimers.load();
-  while (live > peak && !peakLiveTimers.compare_exchange_weak(peak, live)) {
-  }
-}
-
 // Deletes `timer`, trying up to 100 times. ERROR_IO_PENDING counts as done: the callback is running
 // and the timer goes when it returns. `completionEvent` INVALID_HANDLE_VALUE waits for a running
 // callback.
 void DeleteTimerQueueTimerSafe(Platform::HANDLE timer, Platform::HANDLE completionEvent) {
   for (int attempt = 0; attempt < kTimerDeleteTries; ++attempt) {
-    if (Platform::DeleteTimerQueueTimer(nullptr, timer, completionEvent)) {
-      --liveTimers;
-      return;
-    }
+    if (Platform::DeleteTimerQueueTimer(nullptr, timer, completionEvent)) return;
     const Platform::DWORD error = Platform::GetLastError();
-    if (error == static_cast<Platform::DWORD>(Platform::ERROR_IO_PENDING)) {
-      --liveTimers;
-      return;
-    }
+    if (error == static_cast<Platform::DWORD>(Platform::ERROR_IO_PENDING)) return;
     static_cast<void>(RaiseSystemError("DeleteTimerQueueTimerSafe", error, "DeleteTimerQueueTimer"));
     Platform::Sleep(1);
   }
 }
 
 }  // namespace
-
-std::int64_t CStoreDelegate::GetLiveTimerCount() { return liveTimers.load(); }
-std::int64_t CStoreDelegate::GetPeakLiveTimerCount() { return peakLiveTimers.load(); }
-void CStoreDelegate::ResetPeakLiveTimerCount() { peakLiveTimers.store(liveTimers.load()); }
 
 ErrorCode CStoreDelegate::RegisterMonitor(IStoreMonitor* monitor) {
   ILock* lock = Lock();
@@ -248,7 +228,6 @@ void CStoreDelegate::RegEventPostponeRequest() {
     static_cast<void>(RaiseSystemError(kName, Platform::GetLastError(), "CreateTimerQueueTimer"));
     return;
   }
-  CountTimerCreated();
   if (created != nullptr) {
     if (Platform::HANDLE other = m_timer.exchange(created); other != nullptr) DeleteTimerQueueTimerSafe(other, nullptr);
   }
