@@ -1,14 +1,37 @@
 #include "audio_service/halcyra_daemon_module.h"
 
+#include "audio_service/ext_inf_issue_patcher.h"
+#include "foundation/registry_helper.h"
+
+using Win32Helper::RegistryHelper;
+
+namespace {
+
+// Opens `subKey` of the machine hive, never creating it, and writes `name` = `value` there. A
+// missing key means that nothing is written; the write's result is not looked at.
+void SeedMachineValue(const char16_t* subKey, const char16_t* name, Platform::DWORD value) {
+  Platform::HKEY key = nullptr;
+  if (!RegistryHelper::TryOpenSubKey(Platform::HKEY_LOCAL_MACHINE, subKey, key)) return;
+  static_cast<void>(RegistryHelper::SetDwValue(key, name, value));
+  Platform::RegCloseKey(key);
+}
+
+}  // namespace
+
 CHalcyraDaemonModule::CHalcyraDaemonModule() : AListeningModule(u"Halcyra", u"Halcyra") {}
 
 ErrorCode CHalcyraDaemonModule::OnStart() {
   if (m_started) return ErrorNone;
   m_started = true;
+  ExtInfIssuePatcher::PatchSupportedDevices();
+  SeedMachineValue(u"SOFTWARE\\Velorin\\VelorinV3\\AudioApplication", u"ProcessSystemSounds", 1);
+  SeedMachineValue(u"SOFTWARE\\Velorin\\VelorinV3", u"APOBypass", 0);
+  m_rtkHelper.Start();
   return ErrorNone;
 }
 
 void CHalcyraDaemonModule::OnStop() {
   if (!m_started) return;
+  m_rtkHelper.Stop();
   m_started = false;
 }

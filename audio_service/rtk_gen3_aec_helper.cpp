@@ -1,5 +1,7 @@
 #include "audio_service/rtk_gen3_aec_helper.h"
 
+#include "foundation/log.h"
+
 using namespace Platform;
 
 RtkGen3AECHelper::RtkGen3AECHelper() {
@@ -16,7 +18,32 @@ RtkGen3AECHelper::RtkGen3AECHelper() {
 
 RtkGen3AECHelper::~RtkGen3AECHelper() {
   if (SUCCEEDED(m_comInit)) CoUninitialize();
+  if (m_enumerator != nullptr) m_enumerator->Release();
   if (m_marshalerOwner != nullptr) m_marshalerOwner->Release();
+}
+
+void RtkGen3AECHelper::Start() {
+  if (m_enumerator != nullptr) {
+    m_enumerator->Release();
+    m_enumerator = nullptr;
+  }
+  void* enumerator = nullptr;
+  if (FAILED(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator,
+                              &enumerator))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::Start Failed to create the MMDeviceEnumerator");
+    return;
+  }
+  m_enumerator = static_cast<IMMDeviceEnumerator*>(enumerator);
+  if (FAILED(m_enumerator->RegisterEndpointNotificationCallback(this))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::Start Failed to register to MMDevice notifications");
+  }
+}
+
+void RtkGen3AECHelper::Stop() {
+  if (m_enumerator == nullptr) return;
+  static_cast<void>(m_enumerator->UnregisterEndpointNotificationCallback(this));
+  m_enumerator->Release();
+  m_enumerator = nullptr;
 }
 
 HRESULT RtkGen3AECHelper::QueryInterface(REFIID iid, void** object) {

@@ -44,9 +44,23 @@ public:
   Platform::HRESULT ReleaseMarshalData(Platform::IStream* stream) override;
   Platform::HRESULT DisconnectObject(Platform::DWORD reserved) override;
 
+  // The module's start steps for this helper: drops an enumerator left from an earlier start,
+  // creates a new one and subscribes this object to its notifications. A failure is logged at error
+  // level and leaves the helper unsubscribed; the enumerator stays when only the subscription
+  // failed. The daemon's control thread.
+  void Start();
+
+  // Unsubscribes and drops the enumerator, if there is one. The daemon's control thread.
+  void Stop();
+
+  // The enumerator of the subscription, or null; borrowed.
+  Platform::IMMDeviceEnumerator* Enumerator() const { return m_enumerator; }
+
 private:
   std::atomic<Platform::ULONG> m_refCount{1};
   Platform::IUnknown* m_marshalerOwner = nullptr;
   Platform::IMarshal* m_marshaler = nullptr;
+  // Owned; used for the subscription only.
+  Platform::IMMDeviceEnumerator* m_enumerator = nullptr;
   Platform::HRESULT m_comInit;
 };

@@ -52,6 +52,7 @@ ErrorCode HalcyraConfigureHost(const HalcyraHostSettings* settings) {
     return RaiseError("HalcyraConfigureHost", ErrorInvalidParameter, nullptr);
   }
   Platform::SetDebugChannelHook(settings->debugChannelHook, settings->debugChannelContext);
+  Platform::SetHostClassObjectLookup(settings->classObjectLookup);
   LogSetLevel(settings->logLevel);
   LogSetSink(settings->sink);
   if (settings->logFilePath != nullptr) {

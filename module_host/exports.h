@@ -11,6 +11,7 @@
 #include "foundation/guid.h"
 #include "foundation/log.h"
 #include "module_host/dynamic_module.h"
+#include "platform/com.h"
 #include "platform/debug_channel.h"
 #include "platform/export.h"
 
@@ -22,6 +23,9 @@ struct HalcyraHostSettings {
   const char* logFilePath;         // UTF-8 path of a log file to append to; null for none
   Platform::DebugChannelHook debugChannelHook;  // receives the debug channel; null for the default
   void* debugChannelContext;
+  // The host's class table (its Platform::GetProcessClassObject), asked by the library's
+  // CoCreateInstance after its own; null for none. Lets a host stand in for system components.
+  Platform::ClassObjectLookup classObjectLookup;
 };
 
 extern "C" {

@@ -2,14 +2,41 @@
 
 #include <gtest/gtest.h>
 
+#include "simulator/call_text.h"
+#include "tests/audio_service/simulated_machine.h"
 #include "tests/module_host/test_modules.h"
 
 namespace {
+
+using namespace Platform;
+
+constexpr const char16_t* kApplicationKey = u"SOFTWARE\\Velorin\\VelorinV3\\AudioApplication";
+constexpr const char16_t* kProductKeyV3 = u"SOFTWARE\\Velorin\\VelorinV3";
+const std::u16string kEffectsKey = u"{3A2B3C4D-0000-4000-8000-000000000001}";
+constexpr const char* kPatchedLine =
+    "ExtInfIssuePatcher::PatchSupportedDevices() : The Ext INF did not set the properties correctly, I have fixed it.\n";
 
 class HalcyraDaemonModuleTest : public ::testing::Test {
 protected:
   HalcyraDaemonModuleTest() { module.SetManager(&manager); }
 
+  // An endpoint whose effects hold a product CLSID and whose markers are missing.
+  void AddEndpointToPatch() {
+    machine.AddEndpoint(eRender, kEffectsKey, DEVICE_STATE_ACTIVE, u"HDAUDIO\\X",
+                        {{PROPERTYKEY{{0xD04E05A6, 0x594B, 0x4FB6, {0xA8, 0x0D, 0x01, 0xAF, 0x5E, 0xED, 0x7D, 0x1D}}, 5},
+                          u"{670173E3-78CF-11E5-A837-0800200C9A66}"}});
+  }
+
+  std::size_t EnumeratorsCreated() {
+    std::size_t count = 0;
+    for (const Simulator::CallRecord& call : machine.audio.Calls().CallsOf("CoCreateInstance")) {
+      if (call.arguments.rfind(Simulator::GuidString(CLSID_MMDeviceEnumerator), 0) == 0) ++count;
+    }
+    return count;
+  }
+
+  // The machine and its simulated audio system outlive the module, which holds their objects.
+  Testing::SimulatedMachine machine;
   Testing::RecordingManager manager;
   CHalcyraDaemonModule module;
 };
@@ -21,15 +48,8 @@ TEST_F(HalcyraDaemonModuleTest, TwoStartsAndOneStopLeaveItRunning) {
   module.Stop(&manager);
   EXPECT_TRUE(module.IsStarted());
   EXPECT_EQ(module.GetState(), 2);
-}
-
-TEST_F(HalcyraDaemonModuleTest, StopThenStartRunsTheSequenceAgain) {
-  ASSERT_EQ(module.Init(&manager), ErrorNone);
-  ASSERT_EQ(module.Start(&manager), ErrorNone);
-  module.Stop(&manager);
-  EXPECT_FALSE(module.IsStarted());
-  EXPECT_EQ(module.Start(&manager), ErrorNone);
-  EXPECT_TRUE(module.IsStarted());
+  EXPECT_EQ(EnumeratorsCreated(), 2u);  // one start: the patcher's and the helper's
+  EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::UnregisterEndpointNotificationCallback"), 0u);
 }
 
 TEST_F(HalcyraDaemonModuleTest, OnStartAndOnStopGuardAgainstRepetition) {
@@ -39,6 +59,71 @@ TEST_F(HalcyraDaemonModuleTest, OnStartAndOnStopGuardAgainstRepetition) {
   module.OnStop();
   module.OnStop();
   EXPECT_FALSE(module.IsStarted());
+  EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::UnregisterEndpointNotificationCallback"), 1u);
+}
+
+TEST_F(HalcyraDaemonModuleTest, StartWritesProcessSystemSoundsAndAPOBypassIntoExistingKeys) {
+  machine.CreateProductKeys();
+  machine.SetNumberInMachine(kProductKeyV3, u"APOBypass", 1);
+  ASSERT_EQ(module.Start(&manager), ErrorNone);
+  EXPECT_EQ(machine.MachineNumber(kApplicationKey, u"ProcessSystemSounds"), 1);
+  EXPECT_EQ(machine.MachineNumber(kProductKeyV3, u"APOBypass"), 0);
+}
+
+TEST_F(HalcyraDaemonModuleTest, MachineWithoutTheProductKeyGetsNoWriteNoReportAndStartSucceeds) {
+  EXPECT_EQ(module.Start(&manager), ErrorNone);
+  EXPECT_EQ(machine.MachineNumber(kProductKeyV3, u"APOBypass"), -1);
+  UniqueKey key;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kProductKeyV3, 0, KEY_READ, key.put()), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(machine.capture.Text(), "");
+}
+
+TEST_F(HalcyraDaemonModuleTest, StartPatchesEndpointsAndSubscribesTheRealtekHelper) {
+  AddEndpointToPatch();
+  ASSERT_EQ(module.Start(&manager), ErrorNone);
+  EXPECT_EQ(machine.capture.Text(), kPatchedLine);
+  EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::RegisterEndpointNotificationCallback"), 1u);
+  EXPECT_NE(module.RtkHelper().Enumerator(), nullptr);
+}
+
+TEST_F(HalcyraDaemonModuleTest, FailingEnumeratorCreationGivesOneErrorLineAndStartSucceeds) {
+  // The patcher's enumerator is made; the helper's is not.
+  machine.audio.Calls().FailCalls("CoCreateInstance", E_FAIL, Simulator::GuidString(CLSID_MMDeviceEnumerator), 1);
+  EXPECT_EQ(module.Start(&manager), ErrorNone);
+  EXPECT_EQ(machine.capture.Text(), "RtkGen3AECHelper::Start Failed to create the MMDeviceEnumerator\n");
+  EXPECT_EQ(module.RtkHelper().Enumerator(), nullptr);
+  module.Stop(&manager);
+  EXPECT_FALSE(module.IsStarted());
+}
+
+TEST_F(HalcyraDaemonModuleTest, FailingSubscriptionGivesOneErrorLineAndKeepsTheEnumerator) {
+  machine.audio.Calls().FailCalls("IMMDeviceEnumerator::RegisterEndpointNotificationCallback", E_FAIL);
+  EXPECT_EQ(module.Start(&manager), ErrorNone);
+  EXPECT_EQ(machine.capture.Text(), "RtkGen3AECHelper::Start Failed to register to MMDevice notifications\n");
+  EXPECT_NE(module.RtkHelper().Enumerator(), nullptr);
+}
+
+TEST_F(HalcyraDaemonModuleTest, StopThenStartPatchesAndWritesAgainWithANewEnumerator) {
+  machine.CreateProductKeys();
+  AddEndpointToPatch();
+  ASSERT_EQ(module.Init(&manager), ErrorNone);
+  ASSERT_EQ(module.Start(&manager), ErrorNone);
+  module.Stop(&manager);
+  EXPECT_FALSE(module.IsStarted());
+
+  // Somebody takes the markers away and changes the settings while the module is stopped.
+  RegDeleteTreeW(HKEY_LOCAL_MACHINE, (Testing::SimulatedMachine::StorePath(eRender, kEffectsKey, false)).c_str());
+  machine.SetNumberInMachine(kApplicationKey, u"ProcessSystemSounds", 0);
+  machine.SetNumberInMachine(kProductKeyV3, u"APOBypass", 5);
+  machine.capture.Clear();
+
+  EXPECT_EQ(module.Start(&manager), ErrorNone);
+  EXPECT_TRUE(module.IsStarted());
+  EXPECT_EQ(machine.capture.Text(), kPatchedLine);
+  EXPECT_EQ(machine.MachineNumber(kApplicationKey, u"ProcessSystemSounds"), 1);
+  EXPECT_EQ(machine.MachineNumber(kProductKeyV3, u"APOBypass"), 0);
+  EXPECT_EQ(EnumeratorsCreated(), 4u);
+  EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::RegisterEndpointNotificationCallback"), 2u);
 }
 
 TEST_F(HalcyraDaemonModuleTest, ExtensionOneIsTheModulesEventListener) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/audio_service/simulated_machine.h"
+
 namespace {
 
 using namespace Platform;
@@ -49,6 +51,44 @@ TEST(RtkGen3AECHelperTest, NotificationsSucceedAndDoNothingYet) {
   EXPECT_EQ(helper.OnDeviceAdded(u"id"), S_OK);
   EXPECT_EQ(helper.OnDeviceRemoved(u"id"), S_OK);
   EXPECT_EQ(helper.OnDefaultDeviceChanged(eRender, eConsole, u"id"), S_OK);
+}
+
+}  // namespace
+
+namespace {
+
+using namespace Platform;
+
+class RtkGen3AECHelperStartTest : public ::testing::Test {
+protected:
+  Testing::SimulatedMachine machine;
+  RtkGen3AECHelper helper;
+};
+
+TEST_F(RtkGen3AECHelperStartTest, StartSubscribesAndStopUnsubscribesAndDropsTheEnumerator) {
+  helper.Start();
+  ASSERT_NE(helper.Enumerator(), nullptr);
+  EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::RegisterEndpointNotificationCallback"), 1u);
+  EXPECT_EQ(helper.AddRef(), 3u);  // the simulated system holds the subscription's reference
+  helper.Release();
+  helper.Stop();
+  EXPECT_EQ(helper.Enumerator(), nullptr);
+  EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::UnregisterEndpointNotificationCallback"), 1u);
+  EXPECT_EQ(helper.AddRef(), 2u);
+  helper.Release();
+}
+
+TEST_F(RtkGen3AECHelperStartTest, StopWithoutASubscriptionDoesNothing) {
+  helper.Stop();
+  EXPECT_TRUE(machine.audio.Calls().Calls().empty());
+}
+
+TEST_F(RtkGen3AECHelperStartTest, ASecondStartReplacesTheEnumerator) {
+  helper.Start();
+  helper.Start();
+  EXPECT_EQ(machine.audio.Calls().CountOf("CoCreateInstance"), 2u);
+  EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::RegisterEndpointNotificationCallback"), 2u);
+  helper.Stop();
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ protected:
     getClsid = Resolve<GetCLSIDFromModuleNameFunction>("GetCLSIDFromModuleName");
     ASSERT_TRUE(createModule && releaseModule && getModuleNames && getClsid);
     // Keep the library's reports off the test output.
-    HalcyraHostSettings settings{sizeof(settings), 2, nullptr, nullptr, [](void*, const char*) {}, nullptr};
+    HalcyraHostSettings settings{sizeof(settings), 2, nullptr, nullptr, [](void*, const char*) {}, nullptr, nullptr};
     auto configure = Resolve<HalcyraConfigureHostFunction>("HalcyraConfigureHost");
     ASSERT_NE(configure, nullptr);
     ASSERT_EQ(configure(&settings), ErrorNone);

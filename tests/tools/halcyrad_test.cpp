@@ -9,6 +9,8 @@
 
 #include "platform/module.h"
 #include "platform/utf.h"
+#include "tests/support/platform_kind.h"
+#include "tests/support/temporary_registry_folder.h"
 
 namespace {
 
@@ -23,11 +25,11 @@ struct RunResult {
   std::string output;
 };
 
-// Runs halcyrad with `arguments`, standard output and error together into a file.
-RunResult RunHalcyrad(const std::string& arguments) {
+// Runs a program beside this one with `arguments`, standard output and error together into a file.
+RunResult RunProgram(const std::string& program, const std::string& arguments) {
   const std::string outputPath = ::testing::TempDir() + "halcyrad_test_output.txt";
   const std::string command =
-      "\"" + ProgramFolder() + "halcyrad\" " + arguments + " > \"" + outputPath + "\" 2>&1";
+      "\"" + ProgramFolder() + program + "\" " + arguments + " > \"" + outputPath + "\" 2>&1";
   RunResult result;
   result.status = std::system(command.c_str());
   std::ifstream file(outputPath);
@@ -38,8 +40,16 @@ RunResult RunHalcyrad(const std::string& arguments) {
   return result;
 }
 
-TEST(HalcyradTest, ShortRunAtTraceLevelPrintsTheFourRequestTracesAndExitsZero) {
-  RunResult run = RunHalcyrad("--for 1 --log-level 4");
+RunResult RunHalcyrad(const std::string& arguments) { return RunProgram("halcyrad", arguments); }
+
+// Each test starts halcyrad on a machine of its own: a fresh registry folder on Linux.
+class HalcyradTest : public ::testing::Test {
+protected:
+  Testing::TemporaryRegistryFolder registry;
+};
+
+TEST_F(HalcyradTest, ShortRunAtTraceLevelPrintsTheFourRequestTracesAndExitsZero) {
+  RunResult run = RunHalcyrad("--for 1 --log-level 4 --simulate");
   EXPECT_EQ(run.status, 0) << run.output;
   for (const char* request : {"Init", "Start", "Stop", "Uninit"}) {
     std::regex trace(std::string("halcyrad: ") + request +
@@ -50,29 +60,91 @@ TEST(HalcyradTest, ShortRunAtTraceLevelPrintsTheFourRequestTracesAndExitsZero) {
   EXPECT_LT(run.output.find("Stop request"), run.output.find("Uninit request"));
 }
 
-TEST(HalcyradTest, DefaultLevelHidesTheTraces) {
-  RunResult run = RunHalcyrad("--for 0");
+TEST_F(HalcyradTest, DefaultLevelHidesTheTraces) {
+  RunResult run = RunHalcyrad("--for 0 --simulate");
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_EQ(run.output.find("request on module"), std::string::npos) << run.output;
 }
 
-TEST(HalcyradTest, MissingLibraryGivesAClearMessageAndNonZeroStatus) {
+TEST_F(HalcyradTest, MissingLibraryGivesAClearMessageAndNonZeroStatus) {
   RunResult run = RunHalcyrad("--for 0 --library no-such-library.bin");
   EXPECT_NE(run.status, 0);
   EXPECT_NE(run.output.find("halcyrad: cannot load the module library no-such-library.bin"), std::string::npos)
       << run.output;
 }
 
-TEST(HalcyradTest, LibraryWithoutAModuleGivesAClearMessageAndNonZeroStatus) {
+TEST_F(HalcyradTest, LibraryWithoutAModuleGivesAClearMessageAndNonZeroStatus) {
   RunResult run = RunHalcyrad("--for 0 --library \"" + ProgramFolder() + HALCYRA_EMPTY_MODULE_LIBRARY_NAME + "\"");
   EXPECT_NE(run.status, 0);
   EXPECT_NE(run.output.find("halcyrad: the module library has no module"), std::string::npos) << run.output;
 }
 
-TEST(HalcyradTest, BadArgumentsAreRefused) {
+TEST_F(HalcyradTest, BadArgumentsAreRefused) {
   EXPECT_NE(RunHalcyrad("--log-level 9").status, 0);
   EXPECT_NE(RunHalcyrad("--for soon").status, 0);
   EXPECT_NE(RunHalcyrad("--frobnicate").status, 0);
+}
+
+constexpr const char* kPatchedLine =
+    "ExtInfIssuePatcher::PatchSupportedDevices() : The Ext INF did not set the properties correctly, I have fixed it.";
+constexpr const char* kHeadsetProperties =
+    "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio\\Render\\"
+    "{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05}\\Properties";
+
+TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesTheSettings) {
+  RunResult run = RunHalcyrad("--for 2 --log-level 3 --simulate");
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("halcyrad: seeded the product's registry keys"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("halcyrad: seeded the default simulated endpoints"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find(kPatchedLine), std::string::npos) << run.output;
+
+  RunResult markers = RunProgram("halcyra-reg", std::string("query \"") + kHeadsetProperties + "\"");
+  ASSERT_EQ(markers.status, 0) << markers.output;
+  EXPECT_TRUE(std::regex_search(markers.output,
+                                std::regex("\\{F363DF17-A750-4AC3-B7B5-2BBEFFA9085F\\},11 +REG_SZ +Quillon\\.Halcyra3")))
+      << markers.output;
+  EXPECT_TRUE(std::regex_search(markers.output,
+                                std::regex("\\{9B8844FE-1650-40E5-A5EA-11B8C83821A1\\},12 +REG_SZ +Quillon\\.Halcyra3")))
+      << markers.output;
+  EXPECT_TRUE(std::regex_search(markers.output,
+                                std::regex("\\{8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369\\},0 +REG_DWORD +0x1")))
+      << markers.output;
+
+  RunResult settings = RunProgram("halcyra-reg", "query \"HKLM\\SOFTWARE\\Velorin\\VelorinV3\" /s");
+  ASSERT_EQ(settings.status, 0) << settings.output;
+  EXPECT_TRUE(std::regex_search(settings.output, std::regex("APOBypass +REG_DWORD +0x0"))) << settings.output;
+  EXPECT_TRUE(std::regex_search(settings.output, std::regex("ProcessSystemSounds +REG_DWORD +0x1")))
+      << settings.output;
+
+  RunResult second = RunHalcyrad("--for 0 --log-level 3 --simulate");
+  EXPECT_EQ(second.status, 0) << second.output;
+  EXPECT_EQ(second.output.find(kPatchedLine), std::string::npos) << second.output;
+  EXPECT_EQ(second.output.find("halcyrad: seeded"), std::string::npos) << second.output;
+}
+
+TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateHardwareIdAndMarkers) {
+  RunResult run = RunHalcyrad("--list-endpoints");
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_TRUE(std::regex_search(
+      run.output, std::regex("\\{0\\.0\\.0\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05\\} +render +active +"
+                             "\"USB\\\\VID_1B3F&PID_2008&MI_00\\\\7&1F2E3D4C&0&0000\" +markers: \"Quillon\\.Halcyra3\" - -")))
+      << run.output;
+  EXPECT_TRUE(std::regex_search(run.output, std::regex("\\{0\\.0\\.1\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-"
+                                                       "1F8A5A0C7D02\\} +capture +active +\"ROOT\\\\QuillonHL3Vad")))
+      << run.output;
+  std::size_t lines = 0;
+  for (char c : run.output) lines += c == '\n';
+  EXPECT_EQ(lines, 2u + 1u + 5u) << run.output;  // two seeding lines, the heading, five endpoints
+}
+
+TEST_F(HalcyradTest, WithoutTheSimulatorLinuxHasNoAudioSystemAndStartStillSucceeds) {
+  if (Testing::kRunningOnWindows) GTEST_SKIP() << "Windows has a system audio system to fall back on";
+  RunResult run = RunHalcyrad("--for 0 --no-simulate");
+  EXPECT_EQ(run.status, 0) << run.output;
+  EXPECT_NE(run.output.find("ExtInfIssuePatcher::PatchSupportedDevices() : thrown exception"), std::string::npos)
+      << run.output;
+  EXPECT_NE(run.output.find("RtkGen3AECHelper::Start Failed to create the MMDeviceEnumerator"), std::string::npos)
+      << run.output;
 }
 
 }  // namespace

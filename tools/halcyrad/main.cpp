@@ -1,6 +1,10 @@
 // halcyrad: the daemon side of the module library. It loads the library, drives its module through
 // Init and Start, and on SIGINT, SIGTERM or after --for SECONDS through Stop, Uninit and
 // ReleaseModule, showing the library's debug channel on standard error.
+//
+// With the simulated audio system (the default on Linux, where there is no other) it first seeds
+// the default machine where the registry lacks it, and registers the simulator's classes in this
+// process's class table, which the library reaches through the host settings.
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -8,11 +12,18 @@
 #include <cstring>
 #include <string>
 
-#include "tools/halcyrad/daemon_manager.h"
-#include "tools/halcyrad/module_library.h"
+#include <optional>
+
+#include "platform/com.h"
 #include "platform/module.h"
 #include "platform/synchronization.h"
 #include "platform/utf.h"
+#include "simulator/audio_system.h"
+#include "simulator/class_registration.h"
+#include "simulator/default_machine.h"
+#include "simulator/endpoint_listing.h"
+#include "tools/halcyrad/daemon_manager.h"
+#include "tools/halcyrad/module_library.h"
 
 namespace {
 
@@ -25,19 +36,30 @@ void WriteDebugLine(void*, const char* text) {
   std::fflush(stderr);
 }
 
+// Whether the simulated audio system stands in for the system's when neither --simulate nor
+// --no-simulate is given: on Linux, where the system has none.
+constexpr bool kSimulateByDefault = HALCYRA_SIMULATE_BY_DEFAULT;
+
 struct Options {
   std::u16string library;
   double seconds = -1;
   int logLevel = 2;
+  bool simulate = kSimulateByDefault;
+  bool listEndpoints = false;
   bool help = false;
 };
 
 void PrintUsage() {
   std::puts(
-      "usage: halcyrad [--library PATH] [--for SECONDS] [--log-level N]\n"
-      "  --library PATH   the module library (default: the one beside this program)\n"
-      "  --for SECONDS    stop after this time instead of waiting for SIGINT or SIGTERM\n"
-      "  --log-level N    show the library's log up to level N (1 errors ... 5 type matching; default 2)");
+      "usage: halcyrad [--library PATH] [--for SECONDS] [--log-level N] [--simulate | --no-simulate]\n"
+      "       halcyrad --list-endpoints\n"
+      "  --library PATH    the module library (default: the one beside this program)\n"
+      "  --for SECONDS     stop after this time instead of waiting for SIGINT or SIGTERM\n"
+      "  --log-level N     show the library's log up to level N (1 errors ... 5 type matching; default 2)\n"
+      "  --simulate        use the simulated audio system, seeding the default machine where it is missing\n"
+      "                    (the default on Linux)\n"
+      "  --no-simulate     use the system's audio components\n"
+      "  --list-endpoints  seed like --simulate, list the simulated endpoints and exit");
 }
 
 std::u16string DefaultLibraryPath() {
@@ -61,6 +83,12 @@ bool ParseOptions(int argc, char** argv, Options& options) {
     };
     if (argument == "--help" || argument == "-h") {
       options.help = true;
+    } else if (argument == "--simulate") {
+      options.simulate = true;
+    } else if (argument == "--no-simulate") {
+      options.simulate = false;
+    } else if (argument == "--list-endpoints") {
+      options.listEndpoints = true;
     } else if (argument == "--library") {
       const char* path = value("--library");
       if (path == nullptr) return false;
@@ -101,6 +129,24 @@ void WaitForStop(double seconds) {
   }
 }
 
+void WriteSimulatorMessage(const std::u16string& message) {
+  std::fprintf(stderr, "%s\n", Platform::Utf16ToUtf8(message).c_str());
+  std::fflush(stderr);
+}
+
+// Seeds what the machine lacks and says so.
+bool SeedMachine(Simulator::AudioSystem& audio) {
+  Simulator::SeedResult seeded = Simulator::SeedDefaultMachine(audio.Endpoints());
+  if (seeded.productKeysCreated) std::fprintf(stderr, "halcyrad: seeded the product's registry keys\n");
+  if (seeded.endpointsCreated) std::fprintf(stderr, "halcyrad: seeded the default simulated endpoints\n");
+  if (seeded.result < 0) {
+    std::fprintf(stderr, "halcyrad: the default machine could not be seeded (0x%08X)\n",
+                 static_cast<unsigned>(seeded.result));
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -113,13 +159,28 @@ int main(int argc, char** argv) {
   std::signal(SIGINT, OnSignal);
   std::signal(SIGTERM, OnSignal);
 
+  // Declared before the library, so that they outlive it: the library releases the simulator's
+  // objects when it is unloaded.
+  std::optional<Simulator::AudioSystem> audio;
+  std::optional<Simulator::ClassRegistration> registration;
+  if (options.simulate || options.listEndpoints) {
+    audio.emplace(Simulator::DefaultAudioRoot(), &WriteSimulatorMessage);
+    if (!SeedMachine(*audio)) return 1;
+    registration.emplace(*audio);
+  }
+  if (options.listEndpoints) {
+    for (const std::string& line : Simulator::ListEndpoints(audio->Endpoints())) std::puts(line.c_str());
+    return 0;
+  }
+
   ModuleLibrary library;
   std::string error;
   if (!library.Load(options.library, error)) {
     std::fprintf(stderr, "halcyrad: %s\n", error.c_str());
     return 1;
   }
-  HalcyraHostSettings settings{sizeof(HalcyraHostSettings), options.logLevel, nullptr, nullptr, &WriteDebugLine, nullptr};
+  HalcyraHostSettings settings{sizeof(HalcyraHostSettings), options.logLevel, nullptr, nullptr, &WriteDebugLine, nullptr,
+                               options.simulate ? &Platform::GetProcessClassObject : nullptr};
   if (!library.Configure(settings)) {
     std::fprintf(stderr, "halcyrad: the module library refused the host settings\n");
     return 1;
