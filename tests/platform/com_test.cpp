@@ -4,6 +4,8 @@
 
 #include <thread>
 
+#include "tests/support/platform_kind.h"
+
 namespace {
 
 using namespace Platform;
@@ -54,6 +56,9 @@ TEST(ComTest, FreeThreadedMarshalerIsAggregatedByItsOuterObject) {
 }
 
 TEST(ComTest, FreeThreadedMarshalerRefusesNullArguments) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows makes a marshaler without an outer object and does not check the out pointer";
+  }
   IUnknown* inner = nullptr;
   EXPECT_EQ(CoCreateFreeThreadedMarshaler(nullptr, &inner), E_INVALIDARG);
   Outer outer;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/system_error.h"
+#include "tests/support/wine.h"
 
 namespace Platform {
 namespace {
@@ -69,6 +70,7 @@ TEST_F(SecurityTest, AllocateAndInitializeSidBuildsTheSidOfAllApplicationPackage
 }
 
 TEST_F(SecurityTest, AllocateAndInitializeSidRefusesMoreThanEightSubAuthorities) {
+  if (Testing::RunningUnderWine()) GTEST_SKIP() << "Wine refuses the count with ERROR_INVALID_SID";
   SID_IDENTIFIER_AUTHORITY authority{{0, 0, 0, 0, 0, 5}};
   PSID sid = nullptr;
   SetLastError(ERROR_SUCCESS);
@@ -149,6 +151,7 @@ TEST_F(SecurityTest, RightsAndFlagsAreWrittenInCanonicalForm) {
 }
 
 TEST_F(SecurityTest, SidStringsAreKeptAndWellKnownOnesAbbreviated) {
+  if (Testing::RunningUnderWine()) GTEST_SKIP() << "Wine writes an authority of 2^32 and more as a negative number";
   ExpectRoundTrip(u"D:(A;;GA;;;S-1-5-21-1004336348-1177238915-682003330-512)",
                   u"D:(A;;GA;;;S-1-5-21-1004336348-1177238915-682003330-512)");
   ExpectRoundTrip(u"D:(A;;GA;;;S-1-5-32-544)(A;;GR;;;S-1-15-2-1)", u"D:(A;;GA;;;BA)(A;;GR;;;AC)");
@@ -158,6 +161,9 @@ TEST_F(SecurityTest, SidStringsAreKeptAndWellKnownOnesAbbreviated) {
 }
 
 TEST_F(SecurityTest, AclFlagsNullDaclAndSaclAreKept) {
+  if (Testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine drops NO_ACCESS_CONTROL and does not write mandatory label entries back";
+  }
   ExpectRoundTrip(u"D:PAI(A;OICIID;GA;;;SY)", u"D:PAI(A;OICIID;GA;;;SY)");
   ExpectRoundTrip(u"D:NO_ACCESS_CONTROL", u"D:NO_ACCESS_CONTROL");
   ExpectRoundTrip(u"S:(ML;;NW;;;LW)D:(A;;GA;;;WD)", u"D:(A;;GA;;;WD)S:(ML;;NW;;;LW)");
@@ -166,6 +172,9 @@ TEST_F(SecurityTest, AclFlagsNullDaclAndSaclAreKept) {
 }
 
 TEST_F(SecurityTest, BadTextsFailWithInvalidParameter) {
+  if (Testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine's parser takes several of these texts and refuses others with ERROR_INVALID_ACL";
+  }
   for (const char16_t* text : {
            u"X:",                            // no such part
            u"D",                             // no colon
@@ -213,6 +222,7 @@ TEST_F(SecurityTest, NullArgumentsFailWithInvalidParameter) {
 }
 
 TEST_F(SecurityTest, BrokenDescriptorIsNotValid) {
+  if (Testing::RunningUnderWine()) GTEST_SKIP() << "Wine does not look into the SIDs of a descriptor it validates";
   PSECURITY_DESCRIPTOR descriptor = Parse(u"D:(A;;GA;;;BA)");
   ASSERT_NE(descriptor, nullptr);
   auto* bytes = static_cast<BYTE*>(descriptor);

@@ -303,6 +303,17 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithNullReportsIoPendingWhileACallbackRun
   AwaitSignal(probe.left.get());
   ExpectNoSignal(probe.left.get());
   EXPECT_EQ(probe.calls.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExRefusesAWaitThatIsAlreadyEnded) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "on Windows a wait handle points into the pool and is freed once the wait ends";
+  }
+  Probe probe;
+  UniqueKernelHandle event = MakeEvent(false);
+  HANDLE wait = nullptr;
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(UnregisterWaitEx(wait, INVALID_HANDLE_VALUE));
   SetLastError(ERROR_SUCCESS);
   EXPECT_FALSE(UnregisterWaitEx(wait, nullptr));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
@@ -346,6 +357,9 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithInvalidHandleValueWaitsForTheRunningC
 }
 
 TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventSignalsItWhenTheRunningCallbackEnds) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows answers FALSE with ERROR_IO_PENDING here, where the Linux replacement answers TRUE";
+  }
   Probe probe;
   probe.block = true;
   UniqueKernelHandle event = MakeEvent(false);
@@ -374,6 +388,9 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventSignalsItAtOnceWhenNoCallbackR
 }
 
 TEST_F(ThreadPoolTest, UnregisterWaitExRejectsAHandleThatIsNotOpen) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "on Windows a wait handle points into the pool; any other value is undefined there";
+  }
   SetLastError(ERROR_SUCCESS);
   EXPECT_FALSE(UnregisterWaitEx(nullptr, nullptr));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
@@ -383,22 +400,33 @@ TEST_F(ThreadPoolTest, UnregisterWaitExRejectsAHandleThatIsNotOpen) {
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
 }
 
+// A wait's callback ends its own wait with `completion`: the call reports ERROR_IO_PENDING and
+// the wait fires no more.
+void ExpectUnregisterFromOwnCallbackReportsIoPending(HANDLE completion) {
+  Probe probe;
+  probe.selfCompletion = completion;
+  UniqueKernelHandle event = MakeEvent(false);
+  HANDLE wait = nullptr;
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), UnregisterSelfCallback, &probe, INFINITE, 0));
+  probe.self = wait;
+  ASSERT_TRUE(SetEvent(event.get()));
+  ASSERT_EQ(WaitForSingleObject(probe.left.get(), kLongWait), WAIT_OBJECT_0);
+  EXPECT_FALSE(probe.selfResult.load());
+  EXPECT_EQ(probe.selfError.load(), static_cast<DWORD>(ERROR_IO_PENDING));
+  ASSERT_TRUE(SetEvent(event.get()));
+  EXPECT_EQ(WaitForSingleObject(probe.left.get(), kQuietTime), WAIT_TIMEOUT);
+  EXPECT_EQ(probe.calls.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, UnregisterWaitExWithNullFromItsOwnCallbackReportsIoPending) {
+  ExpectUnregisterFromOwnCallbackReportsIoPending(nullptr);
+}
+
 TEST_F(ThreadPoolTest, UnregisterWaitExFromItsOwnCallbackDoesNotWaitForItself) {
-  for (HANDLE completion : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE}) {
-    Probe probe;
-    probe.selfCompletion = completion;
-    UniqueKernelHandle event = MakeEvent(false);
-    HANDLE wait = nullptr;
-    ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), UnregisterSelfCallback, &probe, INFINITE, 0));
-    probe.self = wait;
-    ASSERT_TRUE(SetEvent(event.get()));
-    AwaitSignal(probe.left.get());
-    EXPECT_FALSE(probe.selfResult.load());
-    EXPECT_EQ(probe.selfError.load(), static_cast<DWORD>(ERROR_IO_PENDING));
-    ASSERT_TRUE(SetEvent(event.get()));
-    ExpectNoSignal(probe.left.get());
-    EXPECT_EQ(probe.calls.load(), 1);
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows forbids a blocking unregister from the wait's own callback: it never returns";
   }
+  ExpectUnregisterFromOwnCallbackReportsIoPending(INVALID_HANDLE_VALUE);
 }
 
 // Callbacks overlap while a signaller keeps the event busy; after the blocking unregister returns,
@@ -466,6 +494,9 @@ TEST_F(ThreadPoolTest, PeriodicTimerFiresEveryPeriod) {
 }
 
 TEST_F(ThreadPoolTest, CreateTimerQueueTimerRejectsBadArguments) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows takes a period with WT_EXECUTEONLYONCE and any queue handle without checking them";
+  }
   Probe probe;
   HANDLE timer = nullptr;
   SetLastError(ERROR_SUCCESS);
@@ -523,9 +554,23 @@ TEST_F(ThreadPoolTest, DeletedTimerDoesNotFire) {
   Probe probe;
   HANDLE timer = nullptr;
   ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 30, 0, 0));
-  EXPECT_TRUE(DeleteTimerQueueTimer(nullptr, timer, nullptr));
+  // Windows before Vista, and Wine, answer every delete without an event with ERROR_IO_PENDING;
+  // either answer means that the timer is gone.
+  SetLastError(ERROR_SUCCESS);
+  const BOOL deleted = DeleteTimerQueueTimer(nullptr, timer, nullptr);
+  EXPECT_TRUE(deleted || GetLastError() == static_cast<DWORD>(ERROR_IO_PENDING));
   ExpectNoSignal(probe.left.get());
   EXPECT_EQ(probe.calls.load(), 0);
+}
+
+TEST_F(ThreadPoolTest, TimerFunctionsRefuseADeletedTimer) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "on Windows a timer handle points into the pool and is freed once the timer is deleted";
+  }
+  Probe probe;
+  HANDLE timer = nullptr;
+  ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 3600000, 0, 0));
+  ASSERT_TRUE(DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE));
   SetLastError(ERROR_SUCCESS);
   EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer, nullptr));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
@@ -574,6 +619,9 @@ TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithInvalidHandleValueWaitsForTheRun
 }
 
 TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithAnEventSignalsItWhenTheRunningCallbackEnds) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows answers FALSE with ERROR_IO_PENDING here, where the Linux replacement answers TRUE";
+  }
   Probe probe;
   probe.block = true;
   UniqueKernelHandle completion = MakeEvent(true);
@@ -588,24 +636,38 @@ TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithAnEventSignalsItWhenTheRunningCa
   EXPECT_EQ(probe.inside.load(), 0);
 }
 
+// A timer's callback deletes its own timer with `completion`: the call reports ERROR_IO_PENDING
+// and the timer fires no more.
+void ExpectDeleteFromOwnCallbackReportsIoPending(HANDLE completion) {
+  Probe probe;
+  probe.selfCompletion = completion;
+  HANDLE timer = nullptr;
+  // The callback finds its own handle in the probe; the timer is due only after it is stored.
+  ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, DeleteSelfCallback, &probe, 3600000, 0, 0));
+  probe.self = timer;
+  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer, 0, 0));
+  ASSERT_EQ(WaitForSingleObject(probe.left.get(), kLongWait), WAIT_OBJECT_0);
+  EXPECT_FALSE(probe.selfResult.load());
+  EXPECT_EQ(probe.selfError.load(), static_cast<DWORD>(ERROR_IO_PENDING));
+  EXPECT_EQ(WaitForSingleObject(probe.left.get(), kQuietTime), WAIT_TIMEOUT);
+  EXPECT_EQ(probe.calls.load(), 1);
+}
+
+TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithNullFromItsOwnCallbackReportsIoPending) {
+  ExpectDeleteFromOwnCallbackReportsIoPending(nullptr);
+}
+
 TEST_F(ThreadPoolTest, DeleteTimerQueueTimerFromItsOwnCallbackReportsIoPending) {
-  for (HANDLE completion : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE}) {
-    Probe probe;
-    probe.selfCompletion = completion;
-    HANDLE timer = nullptr;
-    // The callback finds its own handle in the probe; the timer is due only after it is stored.
-    ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, DeleteSelfCallback, &probe, 3600000, 0, 0));
-    probe.self = timer;
-    ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer, 0, 0));
-    AwaitSignal(probe.left.get());
-    EXPECT_FALSE(probe.selfResult.load());
-    EXPECT_EQ(probe.selfError.load(), static_cast<DWORD>(ERROR_IO_PENDING));
-    ExpectNoSignal(probe.left.get());
-    EXPECT_EQ(probe.calls.load(), 1);
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows forbids a blocking delete from the timer's own callback: it never returns";
   }
+  ExpectDeleteFromOwnCallbackReportsIoPending(INVALID_HANDLE_VALUE);
 }
 
 TEST_F(ThreadPoolTest, DeleteTimerQueueTimerRejectsACompletionThatIsNotAnEvent) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows takes any completion handle and only fails to signal it later";
+  }
   Probe probe;
   UniqueTimer timer;
   ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 3600000, 0, 0));
