@@ -2,10 +2,11 @@
 // watcher in another process. Runs in a registry folder of its own, removed at the end.
 //
 // The notification latency is measured against a writer process (this program started again with
-// --notify-writer): it stores the steady clock's time in nanoseconds as a REG_QWORD just before
-// each write, every few milliseconds; the watcher takes the time as soon as its event is
-// signalled and subtracts. The steady clock is the machine's monotonic clock, the same in both
-// processes.
+// --notify-writer FILE): it stores the steady clock's time in nanoseconds as a REG_QWORD just before
+// each write, every few milliseconds, and lists in FILE when each write started and returned. The
+// watcher takes the time as soon as its event is signalled: "median_us" and "p99_us" count from
+// the start of the write call, "after_write_median_us" from its return. The steady clock is the
+// machine's monotonic clock, the same in both processes.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -14,6 +15,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <map>
 #include <random>
 #include <string>
 #include <thread>
@@ -35,6 +38,7 @@ constexpr int kNotifyWrites = 400;
 constexpr auto kNotifyInterval = std::chrono::milliseconds(3);
 
 std::string g_program;
+std::filesystem::path g_folder;
 
 std::int64_t Now() {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -111,11 +115,13 @@ double Percentile(std::vector<double> samples, double fraction) {
 void NotificationLatencyAcrossProcesses(benchmark::State& state) {
   UniqueKey watched = CreateKey(HKEY_CURRENT_USER, kNotifyKey);
   UniqueKernelHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+  const std::string times = (g_folder / "writes.txt").string();
   for (auto _ : state) {
     std::vector<double> latencies;
+    std::map<std::int64_t, std::int64_t> wakes;  // write start: wake
     const DWORD filter = REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC;
     RegNotifyChangeKeyValue(watched.get(), TRUE, filter, event.get(), TRUE);
-    std::string command = "'" + g_program + "' --notify-writer &";
+    std::string command = "'" + g_program + "' --notify-writer '" + times + "' &";
     if (std::system(command.c_str()) != 0) {
       state.SkipWithError("the writer process did not start");
       break;
@@ -127,6 +133,7 @@ void NotificationLatencyAcrossProcesses(benchmark::State& state) {
       RegNotifyChangeKeyValue(watched.get(), TRUE, filter, event.get(), TRUE);
       if (RegGetValueW(watched.get(), nullptr, u"Time", RRF_RT_REG_QWORD, nullptr, &written, &size) == ERROR_SUCCESS) {
         latencies.push_back(static_cast<double>(woken - written) / 1000.0);
+        wakes[written] = woken;
       }
       if (latencies.size() >= kNotifyWrites) break;
     }
@@ -134,6 +141,18 @@ void NotificationLatencyAcrossProcesses(benchmark::State& state) {
       state.SkipWithError("fewer than 200 notifications arrived");
       break;
     }
+    // The writer lists its writes when it is done, a little after the last one.
+    std::vector<double> afterWrite;
+    for (int attempt = 0; attempt < 100 && afterWrite.empty(); ++attempt) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      std::ifstream in(times);
+      std::int64_t start = 0, end = 0;
+      while (in >> start >> end) {
+        auto wake = wakes.find(start);
+        if (wake != wakes.end()) afterWrite.push_back(static_cast<double>(wake->second - end) / 1000.0);
+      }
+    }
+    if (!afterWrite.empty()) state.counters["after_write_median_us"] = Percentile(afterWrite, 0.5);
     state.SetIterationTime(Percentile(latencies, 0.5) / 1e6);
     state.counters["median_us"] = Percentile(latencies, 0.5);
     state.counters["p99_us"] = Percentile(latencies, 0.99);
@@ -142,14 +161,23 @@ void NotificationLatencyAcrossProcesses(benchmark::State& state) {
 }
 BENCHMARK(NotificationLatencyAcrossProcesses)->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
-// The writer side of the latency run: waits for the watcher to arm, then writes its clock.
-int NotifyWriter() {
+// The writer side of the latency run: waits for the watcher to arm, then writes its clock, and at
+// the end lists each write's start and return in `file`.
+int NotifyWriter(const char* file) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  std::vector<std::pair<std::int64_t, std::int64_t>> writes;
   for (int i = 0; i < kNotifyWrites + 20; ++i) {
-    std::int64_t now = Now();
-    if (RegSetKeyValueW(HKEY_CURRENT_USER, kNotifyKey, u"Time", REG_QWORD, &now, 8) != ERROR_SUCCESS) return 1;
+    std::int64_t start = Now();
+    if (RegSetKeyValueW(HKEY_CURRENT_USER, kNotifyKey, u"Time", REG_QWORD, &start, 8) != ERROR_SUCCESS) return 1;
+    writes.emplace_back(start, Now());
     std::this_thread::sleep_for(kNotifyInterval);
   }
+  std::string temporary = std::string(file) + ".partial";
+  {
+    std::ofstream out(temporary);
+    for (const auto& [start, end] : writes) out << start << ' ' << end << '\n';
+  }
+  std::filesystem::rename(temporary, file);
   return 0;
 }
 
@@ -157,18 +185,17 @@ int NotifyWriter() {
 
 int main(int argc, char** argv) {
   g_program = std::filesystem::absolute(argv[0]).string();
-  if (argc == 2 && std::strcmp(argv[1], "--notify-writer") == 0) return NotifyWriter();
+  if (argc == 3 && std::strcmp(argv[1], "--notify-writer") == 0) return NotifyWriter(argv[2]);
 
   std::random_device random;
-  std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("halcyra-registry-bench-" + std::to_string(random()));
-  std::filesystem::create_directories(folder);
-  SetEnvironmentVariableW(u"HALCYRA_REGISTRY_ROOT", Utf8ToUtf16(folder.string()).c_str());
+  g_folder = std::filesystem::temp_directory_path() / ("halcyra-registry-bench-" + std::to_string(random()));
+  std::filesystem::create_directories(g_folder);
+  SetEnvironmentVariableW(u"HALCYRA_REGISTRY_ROOT", Utf8ToUtf16(g_folder.string()).c_str());
 
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   std::error_code ignored;
-  std::filesystem::remove_all(folder, ignored);
+  std::filesystem::remove_all(g_folder, ignored);
   return 0;
 }

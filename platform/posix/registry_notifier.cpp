@@ -17,9 +17,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A wake-up by a write to the WAL alone may come before that write's commit can be read; the
-// writer's own wake-up, which follows its commit, normally comes right after. Should the writer
-// have died between the two, the watcher looks again after this delay.
+// A write to the WAL comes before its commit can be read, and the writer's own wake-up follows
+// the commit: the watcher reads the log at the latter. Should a writer die between its commit and
+// its wake-up, the watcher still reads the log this long after the WAL write it saw.
 constexpr auto kRecheckDelay = std::chrono::milliseconds(50);
 
 std::string BaseName(const std::string& path) {
@@ -201,12 +201,10 @@ void RegistryNotifier::Run() {
         bool written = std::find(names.begin(), names.end(), watched.walName) != names.end();
         auto due = recheck.find(file);
         bool recheckDue = due != recheck.end() && due->second <= now;
-        if (!committed && !written && !recheckDue) continue;
-        std::int64_t before = watched.lastSeen;
-        ProcessLocked(watched, signals);
         if (committed || recheckDue) {
+          ProcessLocked(watched, signals);
           recheck.erase(file);
-        } else if (watched.lastSeen == before && !watched.watches.empty() && due == recheck.end()) {
+        } else if (written && due == recheck.end() && !watched.watches.empty()) {
           recheck.emplace(file, now + kRecheckDelay);
         }
       }

@@ -276,4 +276,18 @@ TEST_F(RegistryCrossProcessTest, QueryToolPrintsValuesAndSubKeysAsRegDoes) {
   EXPECT_EQ("ERROR: The system was unable to find the specified registry key or value.\n", result.error);
 }
 
+TEST_F(RegistryCrossProcessTest, AddToolRefusesAnUnknownTypeAndBadData) {
+  const std::string key = m_sandbox.RootCommandPath() + "\\Typed";
+  ChildProcess::Result result = ChildProcess::Run(HALCYRA_REG_TOOL, {"add", key, "/v", "x", "/t", "REG_WHATEVER", "/d", "1", "/f"});
+  EXPECT_EQ(1, result.exitCode);
+  EXPECT_EQ("ERROR: Invalid syntax.\nType \"REG ADD /?\" for usage.\n", result.error);
+  result = ChildProcess::Run(HALCYRA_REG_TOOL, {"add", key, "/v", "x", "/t", "REG_DWORD", "/d", "0x100000000", "/f"});
+  EXPECT_EQ(1, result.exitCode);
+  result = ChildProcess::Run(HALCYRA_REG_TOOL, {"add", "HKXX\\Software", "/f"});
+  EXPECT_EQ(1, result.exitCode);
+  EXPECT_EQ("ERROR: Invalid key name.\nType \"REG ADD /?\" for usage.\n", result.error);
+  HKEY typed = nullptr;
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExW(m_sandbox.Root(), u"Typed", 0, KEY_READ, &typed));
+}
+
 }  // namespace
