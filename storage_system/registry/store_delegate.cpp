@@ -200,7 +200,7 @@ ErrorCode CStoreDelegate::EnumStores(IEnumTarget* target) {
         Platform::RegEnumKeyExW(m_key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr);
     if (status == Platform::ERROR_NO_MORE_ITEMS) return ErrorNone;
     if (status != Platform::ERROR_SUCCESS) {
-      LogWrite(LogLevelError, kLogTag, u"Error while enumerating subkeys of Registry key %s", m_pathHelper->GetName());
+      LogWrite(LogLevelError, kLogTag, u"Error while enumerating subkeys of Registry key %s", m_owner->GetName());
       return RaiseSystemError("StorageSystem::Registry::CStoreDelegate::EnumStores", static_cast<Platform::DWORD>(status),
                               "RegEnumKeyExW");
     }

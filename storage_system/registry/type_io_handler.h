@@ -22,11 +22,14 @@ struct ValueLocation {
 };
 
 // The handler of one native type. Handlers have no state and are shared by all values; any thread.
-// The order of the virtual operations is part of the contract.
+// Every operation borrows its arguments for the call and returns ErrorNone, ErrorSystem for a
+// failed registry call (its status in the report), or ErrorOutOfMemory. The order of the virtual
+// operations is part of the contract.
 class ITypeIOHandler {
 public:
   virtual ~ITypeIOHandler() = default;
-  // Reads the value into `destination` of `capacity` bytes.
+  // Reads the value into `destination` of `capacity` bytes; ErrorThirdParty when the registry
+  // hands over another type than the handler's.
   [[nodiscard]] virtual ErrorCode Read(const ValueLocation& location, void* destination, std::uint32_t capacity) = 0;
   // Reads into `*buffer` of `*capacity` bytes, replacing it by a larger block of the location's
   // allocator when needed; `*size` (when not null) receives the length.

@@ -1,11 +1,13 @@
 #include "tests/storage_system/registry/registry_storage_fixture.h"
 
+#include "foundation/log.h"
 #include "storage_system/heap_allocator.h"
 #include "storage_system/registry/storage_system.h"
 
 namespace Testing {
 
 void RegistryStorageTest::SetUp() {
+  m_logLevel = LogGetLevel();
   ASSERT_TRUE(sandbox.Ready());
   ASSERT_EQ(OpenStorage(StorageSystem::SF_READ | StorageSystem::SF_WRITE, &storage), ErrorNone) << capture.Text();
 }
@@ -13,6 +15,7 @@ void RegistryStorageTest::SetUp() {
 void RegistryStorageTest::TearDown() {
   if (storage != nullptr) storage->Release();
   storage = nullptr;
+  LogSetLevel(m_logLevel);
 }
 
 StorageSystem::Registry::StorageSystemParameters RegistryStorageTest::Parameters(const std::u16string& path) const {

@@ -57,6 +57,10 @@ protected:
   RegistrySandbox sandbox;
   DebugChannelCapture capture;
   StorageSystem::IStorageSystem* storage = nullptr;
+
+private:
+  // The log level before the test, which tests may raise to see notes.
+  int m_logLevel = 0;
 };
 
 // The text of a UTF-16 string (ASCII in tests).
