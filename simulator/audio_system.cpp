@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/debug_channel.h"
+#include "platform/synchronization.h"
 #include "simulator/notification_thread.h"
 
 namespace Simulator {
@@ -60,6 +61,9 @@ HRESULT AudioSystemState::UnregisterClient(IMMNotificationClient* client) {
     auto found = std::find(m_clients.begin(), m_clients.end(), client);
     if (found == m_clients.end()) return E_NOTFOUND;
     m_clients.erase(found);
+  }
+  if (GetCurrentThreadId() != NotificationThreadId()) {
+    std::lock_guard<std::mutex> delivery(m_deliveryMutex);
   }
   client->Release();
   return S_OK;

@@ -45,7 +45,8 @@ public:
   // Registration of notification clients. Register adds a reference and starts the notification
   // thread at the first client, after the thread has taken its first look at the endpoints, so
   // that every later change is reported. E_POINTER for null; Unregister gives E_NOTFOUND for a
-  // client that is not registered.
+  // client that is not registered. Once Unregister has returned the client is not called any more:
+  // it waits for a delivery in progress, unless it is called from a notification itself.
   Platform::HRESULT RegisterClient(Platform::IMMNotificationClient* client);
   Platform::HRESULT UnregisterClient(Platform::IMMNotificationClient* client);
   // The registered clients, each with a reference for the caller.
@@ -54,6 +55,8 @@ public:
   Platform::DWORD NotificationThreadId() const;
   // Ends the notification thread and releases every client. Not from a notification.
   void Shutdown();
+  // Held by the notification thread while it calls clients.
+  std::mutex& DeliveryMutex() { return m_deliveryMutex; }
 
   // The Realtek object's state: the BSS mode of each endpoint (0 until set) and whether the third
   // generation is served.
@@ -67,6 +70,8 @@ public:
   void SetParameter(Platform::DWORD number, Platform::DWORD value);
 
 private:
+  std::mutex m_deliveryMutex;
+
   // Guards the notification thread's life; never held while calling a client.
   mutable std::mutex m_threadMutex;
   std::unique_ptr<NotificationThread> m_thread;

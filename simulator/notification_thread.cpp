@@ -93,6 +93,7 @@ void NotificationThread::Run() {
 
 void NotificationThread::Deliver(const std::vector<EndpointSnapshot>& before,
                                  const std::vector<EndpointSnapshot>& after) {
+  std::lock_guard<std::mutex> delivery(m_state.DeliveryMutex());
   std::map<std::u16string, const EndpointSnapshot*> earlier;
   for (const EndpointSnapshot& snapshot : before) earlier.emplace(snapshot.endpoint.id, &snapshot);
   std::set<std::u16string> present;

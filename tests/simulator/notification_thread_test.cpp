@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -103,10 +104,11 @@ TEST_F(NotificationThreadTest, MalformedEndpointFromOutsideIsRefusedAndTheThread
   SetText(EndpointPath(eRender, kKey2), u"DeviceState", u"active");
   SetNumber(EndpointPath(eRender, kKey1), u"DeviceState", DEVICE_STATE_DISABLED);
   ASSERT_EQ(client.WaitFor(Is("state", id)).kind, "state");
+  // The thread may also have looked while the key stood without its state.
   std::vector<std::string> messages = Messages();
-  ASSERT_EQ(messages.size(), 1u);
-  EXPECT_EQ(messages[0], "Simulator: the endpoint key Render\\" + Simulator::Narrow(kKey2) +
-                             " is refused: its DeviceState is of registry type 1, not REG_DWORD (4)");
+  const std::string refusal = "Simulator: the endpoint key Render\\" + Simulator::Narrow(kKey2) +
+                              " is refused: its DeviceState is of registry type 1, not REG_DWORD (4)";
+  EXPECT_NE(std::find(messages.begin(), messages.end(), refusal), messages.end()) << messages.size();
   for (const Heard& heard : client.All()) EXPECT_NE(heard.id, Simulator::Narrow(EndpointPath(eRender, kKey2)));
 }
 
