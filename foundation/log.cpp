@@ -125,50 +125,76 @@ void LogUnlock() {
   Platform::LeaveCriticalSection(&LockObject());
 }
 
-void LogWrite(int level, const char* tag, const char16_t* format, ...) {
+namespace {
+
+// The wide and narrow paths differ only in their buffers, formatter, channel call and sink entry.
+struct WideLog {
+  using Char = char16_t;
+  static constexpr const char16_t* kLineFormat = u"%s\n";
+  static char16_t* Message() { return messageBufferW; }
+  static char16_t* DebuggerLine() { return debuggerBufferW; }
+  static int Format(char16_t* destination, const char16_t* format, va_list arguments) {
+    return FormatBoundedV(destination, kBufferCapacity, format, arguments);
+  }
+  static int FormatLine(char16_t* destination, const char16_t* message) {
+    return FormatBounded(destination, kBufferCapacity, kLineFormat, message);
+  }
+  static void Output(const char16_t* text) { Platform::OutputDebugStringW(text); }
+  static const char* FileText(const char16_t* message) { return ToFileText(message); }
+  static void Sink(ILogSink* sink, const char16_t* message, const char* tag) { sink->WriteLine(message, tag); }
+};
+
+struct NarrowLog {
+  using Char = char;
+  static constexpr const char* kLineFormat = "%s\n";
+  static char* Message() { return messageBufferA; }
+  static char* DebuggerLine() { return debuggerBufferA; }
+  static int Format(char* destination, const char* format, va_list arguments) {
+    return FormatBoundedVA(destination, kBufferCapacity, format, arguments);
+  }
+  static int FormatLine(char* destination, const char* message) {
+    return FormatBoundedA(destination, kBufferCapacity, kLineFormat, message);
+  }
+  static void Output(const char* text) { Platform::OutputDebugStringA(text); }
+  static const char* FileText(const char* message) { return message; }
+  static void Sink(ILogSink* sink, const char* message, const char* tag) { sink->WriteLineA(message, tag); }
+};
+
+template <class Log>
+void WriteLog(int level, const char* tag, const typename Log::Char* format, va_list arguments) {
   LockScope lock;
   LogState& state = State();
   if (state.level < level || format == nullptr) return;
-  va_list arguments;
-  va_start(arguments, format);
-  FormatBoundedV(messageBufferW, kBufferCapacity, format, arguments);
-  va_end(arguments);
+  Log::Format(Log::Message(), format, arguments);
   {
     LockScope debuggerLock;
     if (state.level != 0) {
-      FormatBounded(debuggerBufferW, kBufferCapacity, u"%s\n", messageBufferW);
-      debuggerBufferW[kBufferCapacity - 1] = 0;
-      Platform::OutputDebugStringW(debuggerBufferW);
+      Log::FormatLine(Log::DebuggerLine(), Log::Message());
+      Log::DebuggerLine()[kBufferCapacity - 1] = 0;
+      Log::Output(Log::DebuggerLine());
     }
   }
   {
     LockScope fileLock;
-    if (state.level != 0 && state.logFile != nullptr) WriteFileLine(state.logFile, ToFileText(messageBufferW));
+    if (state.level != 0 && state.logFile != nullptr) WriteFileLine(state.logFile, Log::FileText(Log::Message()));
   }
-  if (state.sink != nullptr) state.sink->WriteLine(messageBufferW, tag);
+  if (state.sink != nullptr) Log::Sink(state.sink, Log::Message(), tag);
+}
+
+}  // namespace
+
+void LogWrite(int level, const char* tag, const char16_t* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  WriteLog<WideLog>(level, tag, format, arguments);
+  va_end(arguments);
 }
 
 void LogWriteA(int level, const char* tag, const char* format, ...) {
-  LockScope lock;
-  LogState& state = State();
-  if (state.level < level || format == nullptr) return;
   va_list arguments;
   va_start(arguments, format);
-  FormatBoundedVA(messageBufferA, kBufferCapacity, format, arguments);
+  WriteLog<NarrowLog>(level, tag, format, arguments);
   va_end(arguments);
-  {
-    LockScope debuggerLock;
-    if (state.level != 0) {
-      FormatBoundedA(debuggerBufferA, kBufferCapacity, "%s\n", messageBufferA);
-      debuggerBufferA[kBufferCapacity - 1] = 0;
-      Platform::OutputDebugStringA(debuggerBufferA);
-    }
-  }
-  {
-    LockScope fileLock;
-    if (state.level != 0 && state.logFile != nullptr) WriteFileLine(state.logFile, messageBufferA);
-  }
-  if (state.sink != nullptr) state.sink->WriteLineA(messageBufferA, tag);
 }
 
 void LogWriteDebugDirect(const char16_t* line) {
