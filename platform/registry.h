@@ -105,26 +105,43 @@ constexpr DWORD REG_NOTIFY_THREAD_AGNOSTIC = 0x10000000;
 constexpr DWORD MAX_KEY_NAME_LENGTH = 255;
 constexpr DWORD MAX_VALUE_NAME_LENGTH = 16383;
 
+// Paths are relative to `key`, with '\' between names; trailing backslashes are ignored, a leading
+// one gives ERROR_BAD_PATHNAME. A predefined key opened with no path is the predefined key itself.
+// The rights of a handle limit what is done through it (ERROR_ACCESS_DENIED), not the keys opened
+// or created below it. On a failed open `*result` is null.
 LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, HKEY* result);
+// Creates every missing key of the path (volatile ones with REG_OPTION_VOLATILE; below a volatile
+// key only volatile ones: ERROR_CHILD_MUST_BE_VOLATILE) and opens the last. The class and the
+// security descriptor of the attributes are kept with the keys created.
 LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass, DWORD options,
                         REGSAM desired, const SECURITY_ATTRIBUTES* securityAttributes, HKEY* result,
                         DWORD* disposition);
 LSTATUS RegCloseKey(HKEY key);
 
+// Reads a value (below `subKey` when given) as Windows does: `flags` must restrict the type
+// (RRF_RT_*; ERROR_UNSUPPORTED_TYPE outside it, with the data still copied), REG_EXPAND_SZ is
+// expanded to REG_SZ unless RRF_NOEXPAND, strings come back terminated, a small buffer gives
+// ERROR_MORE_DATA with the size needed, and RRF_ZEROONFAILURE clears the buffer on any failure.
 LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, DWORD* type, void* data,
                      DWORD* dataSize);
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, DWORD* reserved, DWORD* type, BYTE* data,
                          DWORD* dataSize);
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, const BYTE* data,
                        DWORD dataSize);
+// Sets a value of the key at `subKey`, which is created (not volatile) when missing.
 LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type, const void* data,
                         DWORD dataSize);
 
+// Deletes the key at `subKey` with its subtree; with no `subKey`, everything below `key` and its
+// values, the key itself staying.
 LSTATUS RegDeleteTreeW(HKEY key, LPCWSTR subKey);
 LSTATUS RegDeleteKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName);
+// Deletes a key without sub-keys (ERROR_ACCESS_DENIED for one with); "" is `key` itself.
 LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subKey);
 LSTATUS RegDeleteValueW(HKEY key, LPCWSTR valueName);
 
+// Sub-keys come in the order of their upper-case names, values in the order they were created.
+// Past the end: ERROR_NO_MORE_ITEMS. A name that does not fit: ERROR_MORE_DATA.
 LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, DWORD* nameLength, DWORD* reserved,
                       LPWSTR keyClass, DWORD* classLength, FILETIME* lastWriteTime);
 LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD nameLength);
@@ -136,10 +153,15 @@ LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, DWORD* classLength, DWORD* r
                          DWORD* securityDescriptorLength, FILETIME* lastWriteTime);
 
 // Arms a one-shot watch: `event` is signalled at the first change (of the kinds in `filter`) to the
-// key, or its subtree when `watchSubtree`, after this call. Must be called again for the next one.
+// key, or its subtree when `watchSubtree`, made after this call by any process. Must be called
+// again for the next one. Deleting the key or closing `key` signals it too. Off Windows every watch
+// is thread-agnostic: REG_NOTIFY_THREAD_AGNOSTIC is accepted and changes nothing. With
+// `asynchronous` false the call waits for the change itself.
 LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDLE event,
                                 BOOL asynchronous);
 
+// Keeps `securityDescriptor` (self-relative) with the key. Off Windows descriptors are data only:
+// nothing checks access against them.
 LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION information,
                           PSECURITY_DESCRIPTOR securityDescriptor);
 
