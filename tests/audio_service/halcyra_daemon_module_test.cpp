@@ -19,6 +19,11 @@ constexpr const char* kPatchedLine =
 class HalcyraDaemonModuleTest : public ::testing::Test {
 protected:
   HalcyraDaemonModuleTest() { module.SetManager(&manager); }
+  // As the daemon does before unloading: a module left running unsubscribes its helper, which the
+  // simulated audio system would otherwise release after the module is gone.
+  ~HalcyraDaemonModuleTest() override {
+    if (module.IsStarted()) module.OnStop();
+  }
 
   // An endpoint whose effects hold a product CLSID and whose markers are missing.
   void AddEndpointToPatch() {

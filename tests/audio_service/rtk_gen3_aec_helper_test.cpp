@@ -83,12 +83,20 @@ TEST_F(RtkGen3AECHelperStartTest, StopWithoutASubscriptionDoesNothing) {
   EXPECT_TRUE(machine.audio.Calls().Calls().empty());
 }
 
-TEST_F(RtkGen3AECHelperStartTest, ASecondStartReplacesTheEnumerator) {
+TEST_F(RtkGen3AECHelperStartTest, ASecondStartReplacesTheEnumeratorAndLeavesTheFirstSubscription) {
   helper.Start();
   helper.Start();
   EXPECT_EQ(machine.audio.Calls().CountOf("CoCreateInstance"), 2u);
   EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::RegisterEndpointNotificationCallback"), 2u);
   helper.Stop();
+  // The first enumerator was dropped without unsubscribing: the system still holds the helper.
+  void* object = nullptr;
+  ASSERT_EQ(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator, &object),
+            S_OK);
+  auto* enumerator = static_cast<IMMDeviceEnumerator*>(object);
+  EXPECT_EQ(enumerator->UnregisterEndpointNotificationCallback(&helper), S_OK);
+  EXPECT_EQ(enumerator->UnregisterEndpointNotificationCallback(&helper), E_NOTFOUND);
+  enumerator->Release();
 }
 
 }  // namespace
