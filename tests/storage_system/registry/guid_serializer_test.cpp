@@ -5,6 +5,7 @@
 
 #include "foundation/built_in_types.h"
 #include "foundation/guid.h"
+#include "tests/platform/registry/child_process.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
 
 namespace {
@@ -117,5 +118,19 @@ TEST_F(GuidSerializerTest, TextInAnyCaseWithoutBracesIsRead) {
   EXPECT_EQ(std::memcmp(buffer, &kGuid, 16), 0);
   storage->GetProperties()->GetAllocator()->Free(buffer);
 }
+
+#ifdef HALCYRA_REG_TOOL
+TEST_F(GuidSerializerTest, TextEditedToNonsenseByAnotherProcessFailsOnReading) {
+  if (!Testing::ChildProcess::Supported()) GTEST_SKIP() << "the tests spawn processes on Linux only";
+  Held<IRegistryValue> value;
+  ASSERT_EQ(OpenValue(u"id", SF_READ | SF_CREATE, TypeOfCommonGuid(), &value, &kGuid, 16), ErrorNone);
+  Testing::ChildProcess::Result added = Testing::ChildProcess::Run(
+      HALCYRA_REG_TOOL, {"add", sandbox.RootCommandPath(), "/v", "id", "/t", "REG_SZ", "/d", "not-a-guid", "/f"});
+  ASSERT_EQ(added.exitCode, 0) << added.output << added.error;
+  Common::GUID read;
+  EXPECT_EQ(value->Read(&read, 16), ErrorInvalidParameter);
+  EXPECT_TRUE(Logged("Error 11 in function Common::GUID::StringToGuid: Guid string bad format"));
+}
+#endif
 
 }  // namespace

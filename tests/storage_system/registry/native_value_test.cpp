@@ -7,7 +7,9 @@
 #include "foundation/built_in_types.h"
 #include "foundation/log.h"
 #include "storage_system/registry/native_type_table.h"
+#include "tests/platform/registry/child_process.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
+#include "tests/support/system_text.h"
 
 namespace {
 
@@ -107,7 +109,7 @@ TEST_F(NativeValueTest, OpenAlwaysDoesNotCreateAndTheFirstReadFailsWithTheSystem
   std::uint32_t data = 0;
   EXPECT_EQ(value->Read(&data, 4), ErrorSystem);
   EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<4,0>::Read: RegGetValueW raised "
-                     "error 2: The system cannot find the file specified."))
+                     "error 2: " + Testing::SystemText(Platform::ERROR_FILE_NOT_FOUND)))
       << capture.Text();
   // Created later by someone else, the next read sees it.
   ASSERT_EQ(SetRawDword(nullptr, u"later", 42), Platform::ERROR_SUCCESS);
@@ -373,5 +375,25 @@ TEST_F(NativeValueTest, UninitializeReleasesNamesAndKeepsTheObject) {
   EXPECT_EQ(value->GetNativeType(), nullptr);
   EXPECT_EQ(value->GetFlags(), 0u);
 }
+
+#ifdef HALCYRA_REG_TOOL
+TEST_F(NativeValueTest, ValueRetypedByAnotherProcessFailsToRead) {
+  if (!Testing::ChildProcess::Supported()) GTEST_SKIP() << "the tests spawn processes on Linux only";
+  Held<IRegistryValue> value;
+  ASSERT_EQ(OpenValue(u"retyped", SF_READ | SF_CREATE, TypeOfUnsignedInt(), &value), ErrorNone);
+  Testing::ChildProcess::Result added = Testing::ChildProcess::Run(
+      HALCYRA_REG_TOOL, {"add", sandbox.RootCommandPath(), "/v", "retyped", "/t", "REG_SZ", "/d", "text", "/f"});
+  ASSERT_EQ(added.exitCode, 0) << added.output << added.error;
+  std::uint32_t data = 0;
+  EXPECT_EQ(value->Read(&data, 4), ErrorSystem);
+  EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<4,0>::Read: RegGetValueW raised "
+                     "error 1630"))
+      << capture.Text();
+  Held<IRegistryValue> reopened;
+  EXPECT_EQ(OpenValue(u"retyped", SF_READ, TypeOfUnsignedInt(), &reopened), ErrorCannotOpen);
+  EXPECT_TRUE(Logged("Registry value 'retyped' cannot store type unsigned int: registry type already set to 1 "
+                     "(unsigned short *)."));
+}
+#endif
 
 }  // namespace
