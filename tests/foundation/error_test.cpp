@@ -7,6 +7,7 @@
 #include "foundation/log.h"
 #include "platform/system_error.h"
 #include "tests/support/debug_channel_capture.h"
+#include "tests/support/system_text.h"
 
 namespace {
 
@@ -34,7 +35,7 @@ TEST_F(ErrorTest, SystemCodeWithoutMessageReportsTheThreadsLastError) {
   Platform::SetLastError(Platform::ERROR_ACCESS_DENIED);
   EXPECT_EQ(RaiseError("F", ErrorSystem, nullptr), ErrorSystem);
   ASSERT_FALSE(capture.Writes().empty());
-  EXPECT_EQ(capture.Writes()[0], "Error 2 in function F: System error 5: Access is denied.\n");
+  EXPECT_EQ(capture.Writes()[0], "Error 2 in function F: System error 5: " + Testing::SystemText(5) + "\n");
 }
 
 TEST_F(ErrorTest, UnknownCodesGiveTheUnknownTextAndComeBackUnchanged) {
@@ -55,7 +56,8 @@ TEST_F(ErrorTest, UndescribedSystemErrorGivesUnknownSystemError) {
 TEST_F(ErrorTest, SystemErrorNamesTheFailingApi) {
   EXPECT_EQ(RaiseSystemError("X", Platform::ERROR_ACCESS_DENIED, "RegOpenKeyExW"), ErrorSystem);
   ASSERT_FALSE(capture.Writes().empty());
-  EXPECT_EQ(capture.Writes()[0], "Error 2 in function X: RegOpenKeyExW raised error 5: Access is denied.\n");
+  EXPECT_EQ(capture.Writes()[0],
+            "Error 2 in function X: RegOpenKeyExW raised error 5: " + Testing::SystemText(5) + "\n");
 }
 
 TEST_F(ErrorTest, MessageIsCutAt255CharactersAndTheLineAt511) {

@@ -7,6 +7,7 @@
 #include "platform/debug_channel.h"
 #include "platform/utf.h"
 #include "tests/support/debug_channel_capture.h"
+#include "tests/support/system_text.h"
 
 namespace {
 
@@ -51,7 +52,8 @@ TEST_F(ResultCheckTest, WithoutADebuggerNothingReachesTheDebugChannel) {
 TEST_F(ResultCheckTest, RecordNamesSourceLineThreadResultAndItsText) {
   char16_t record[256];
   ASSERT_GT(wil::FormatFailureRecord(record, 256, kInvalidArgument, "extinfissuepatcher", 154, 0x1a2b), 0);
-  EXPECT_EQ(Platform::Utf16ToUtf8(record), "extinfissuepatcher(154) tid(1a2b) 80070057 The parameter is incorrect.\n");
+  EXPECT_EQ(Platform::Utf16ToUtf8(record), "extinfissuepatcher(154) tid(1a2b) 80070057 " +
+                                               Testing::SystemText(Platform::ERROR_INVALID_PARAMETER) + "\n");
 }
 
 TEST_F(ResultCheckTest, RecordOfAResultWithoutTextEndsAfterTheNumber) {

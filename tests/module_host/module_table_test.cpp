@@ -10,6 +10,7 @@
 
 #include "tests/module_host/test_modules.h"
 #include "tests/support/debug_channel_capture.h"
+#include "tests/support/system_text.h"
 
 namespace {
 
@@ -57,8 +58,8 @@ TEST_F(ModuleTableTest, NameOf261CharactersIsReportedAndGives2) {
   EXPECT_EQ(GetModuleNamesInTable(rows.data(), buffer.data(), 1), ErrorSystem);
   EXPECT_EQ(buffer[0], u'#');
   EXPECT_EQ(capture.Writes().at(0),
-            "Error 2 in function DynamicModuleHost::GetModuleNames: Size of a module name exceeded raised error 10: "
-            "The environment is incorrect.\n");
+            "Error 2 in function DynamicModuleHost::GetModuleNames: Size of a module name exceeded raised error 10: " +
+                Testing::SystemText(Platform::ERROR_BAD_ENVIRONMENT) + "\n");
 }
 
 TEST_F(ModuleTableTest, EverySlotHoldsTheFirstRowsName) {

@@ -9,6 +9,7 @@
 #include "storage_system/registry/registry_properties.h"
 #include "storage_system/registry/registry_store.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
+#include "tests/support/system_text.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ TEST_F(StorageSystemTest, ReadOnAMissingKeyFailsWithTheSystemsText) {
   EXPECT_EQ(OpenStorage(SF_READ, &missing, u"Missing"), ErrorSystem);
   EXPECT_EQ(missing.get(), nullptr);
   EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::CStoreDelegate::OpenOrCreateSubKey: RegOpenKeyExW "
-                     "raised error 2: The system cannot find the file specified."))
+                     "raised error 2: " + Testing::SystemText(Platform::ERROR_FILE_NOT_FOUND)))
       << capture.Text();
   EXPECT_TRUE(Logged("Error while opening subkey '" + Testing::Narrow(sandbox.RootPath()) + "\\Missing' of Registry key 0x"));
 }
