@@ -158,6 +158,7 @@ private:
 };
 
 RegistryHive::~RegistryHive() {
+  m_checkpointer.reset();
   m_statements.reset();
   sqlite3_close_v2(m_db);
 }
@@ -202,6 +203,7 @@ LSTATUS RegistryHive::Open(const std::string& folder, const std::string& name, c
   if (status == ERROR_SUCCESS) status = opened->PrepareStatements();
   if (status != ERROR_SUCCESS) return status;
   if (inMemory) opened->m_writable = false;
+  if (opened->m_writable) opened->m_checkpointer = std::make_unique<HiveCheckpointer>(opened->m_db, opened->m_filePath);
   hive = std::move(opened);
   return ERROR_SUCCESS;
 }
@@ -215,10 +217,10 @@ LSTATUS RegistryHive::Initialise(const std::string& bootId) {
   };
   bool writable = sqlite3_db_readonly(db, "main") == 0;
   // Commits reach the operating system at once (a killed process loses nothing) and the disk at
-  // checkpoints; checkpoints are spaced out, since each one waits for the disk, and the WAL file
-  // keeps its size between them, since writing into blocks it already has is cheaper than growing.
+  // checkpoints, which the checkpointer does in the background; the WAL file keeps its size
+  // between them, since writing into blocks it already has is cheaper than growing.
   int result = ExecuteSql(db, "PRAGMA synchronous=NORMAL; PRAGMA secure_delete=OFF; PRAGMA temp_store=MEMORY;"
-                              " PRAGMA wal_autocheckpoint=2000; PRAGMA journal_size_limit=16777216");
+                              " PRAGMA journal_size_limit=16777216");
   if (result != SQLITE_OK) return fail(result);
 
   // Reading the header tells a database from anything else before anything is written.

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "platform/posix/registry_change_log.h"
+#include "platform/posix/registry_checkpointer.h"
 #include "platform/posix/registry_generation.h"
 #include "platform/posix/registry_names.h"
 #include "platform/posix/registry_sqlite.h"
@@ -185,6 +186,7 @@ private:
   sqlite3* m_db = nullptr;
   std::unique_ptr<Statements> m_statements;
   std::unique_ptr<HiveGenerations> m_generations;
+  std::unique_ptr<HiveCheckpointer> m_checkpointer;
 
   std::unordered_map<std::u16string, CachedKey> m_keyCache;
   std::uint64_t m_keyCacheAt = kNoGeneration;

@@ -7,25 +7,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 
 #include "platform/registry.h"
 #include "platform/synchronization.h"
 
 namespace Platform::Posix {
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-// A write to the WAL comes before its commit can be read, and the writer's own wake-up follows
-// the commit: the watcher reads the log at the latter. Should a writer die between its commit and
-// its wake-up, the watcher still reads the log this long after the WAL write it saw.
-constexpr auto kRecheckDelay = std::chrono::milliseconds(50);
-
-std::string BaseName(const std::string& path) {
-  std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
 
 bool IsBelow(std::u16string_view path, std::u16string_view base) {
   if (base.empty()) return !path.empty();
@@ -57,11 +44,6 @@ LSTATUS RegistryNotifier::StartLocked() {
   if (m_thread.joinable()) return ERROR_SUCCESS;
   m_inotify = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
   if (m_inotify < 0) return ERROR_NOT_ENOUGH_MEMORY;
-  if (::inotify_add_watch(m_inotify, m_folder.c_str(), IN_MODIFY) < 0) {
-    ::close(m_inotify);
-    m_inotify = -1;
-    return ERROR_FILE_NOT_FOUND;
-  }
   m_wake = ::eventfd(0, EFD_CLOEXEC);
   if (m_wake < 0) {
     ::close(m_inotify);
@@ -82,9 +64,9 @@ LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bo
     WatchedHive watched;
     status = ChangeLogReader::Open(hive.FilePath(), watched.reader);
     if (status != ERROR_SUCCESS) return status;
-    std::string name = BaseName(hive.FilePath());
-    watched.walName = name + "-wal";
-    watched.generationName = name + "-gen";
+    std::string generations = hive.FilePath() + "-gen";
+    watched.inotifyWatch = ::inotify_add_watch(m_inotify, generations.c_str(), IN_MODIFY | IN_CLOSE_WRITE);
+    if (watched.inotifyWatch < 0) return ERROR_FILE_NOT_FOUND;
     found = m_hives.emplace(hive.FilePath(), std::move(watched)).first;
   }
   WatchedHive& watched = found->second;
@@ -165,22 +147,13 @@ void RegistryNotifier::ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& 
 
 void RegistryNotifier::Run() {
   alignas(inotify_event) char buffer[16384];
-  std::map<std::string, Clock::time_point> recheck;  // hive file path: when to read its log again
   for (;;) {
-    int timeout = -1;
-    if (!recheck.empty()) {
-      auto next = std::min_element(recheck.begin(), recheck.end(),
-                                   [](const auto& a, const auto& b) { return a.second < b.second; })
-                      ->second;
-      auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now()).count();
-      timeout = static_cast<int>(std::max<long long>(0, wait + 1));
-    }
     pollfd descriptors[2] = {{m_inotify, POLLIN, 0}, {m_wake, POLLIN, 0}};
-    int ready = ::poll(descriptors, 2, timeout);
+    int ready = ::poll(descriptors, 2, -1);
     if (ready < 0 && errno != EINTR) return;
     if ((descriptors[1].revents & POLLIN) != 0) return;
 
-    std::vector<std::string> names;
+    std::vector<int> touched;
     bool overflow = false;
     for (;;) {
       ssize_t length = ::read(m_inotify, buffer, sizeof(buffer));
@@ -188,24 +161,16 @@ void RegistryNotifier::Run() {
       for (char* at = buffer; at < buffer + length;) {
         auto* event = reinterpret_cast<inotify_event*>(at);
         if ((event->mask & IN_Q_OVERFLOW) != 0) overflow = true;
-        if (event->len > 0) names.emplace_back(event->name);
+        touched.push_back(event->wd);
         at += sizeof(inotify_event) + event->len;
       }
     }
-    auto now = Clock::now();
     std::vector<HANDLE> signals;
     {
       std::lock_guard<std::mutex> lock(m_mutex);
       for (auto& [file, watched] : m_hives) {
-        bool committed = overflow || std::find(names.begin(), names.end(), watched.generationName) != names.end();
-        bool written = std::find(names.begin(), names.end(), watched.walName) != names.end();
-        auto due = recheck.find(file);
-        bool recheckDue = due != recheck.end() && due->second <= now;
-        if (committed || recheckDue) {
+        if (overflow || std::find(touched.begin(), touched.end(), watched.inotifyWatch) != touched.end()) {
           ProcessLocked(watched, signals);
-          recheck.erase(file);
-        } else if (written && due == recheck.end() && !watched.watches.empty()) {
-          recheck.emplace(file, now + kRecheckDelay);
         }
       }
     }

@@ -1,11 +1,14 @@
 // Registry change notification across processes.
 //
 // A watch is armed on a key (with or without its subtree, for some kinds of change) with an event
-// to signal. Every write records what it touched in its hive's change log and then touches the
-// hive's generation file; one watcher thread per process waits on inotify for the registry
-// folder, reads each watched hive's log from where it stopped, and signals, once, each armed watch
+// to signal. Every write records what it touched in its hive's change log and, once committed,
+// writes to the hive's generation file; one watcher thread per process waits on inotify for those
+// files, reads each watched hive's log from where it stopped, and signals, once, each armed watch
 // that a change after its arming concerns. A watch also fires when its key is deleted or its
 // handle is closed, as on Windows. Signalled watches are gone: the caller arms again.
+//
+// The generation file is also closed by a writer that dies, between its commit and its write to
+// the file as anywhere else: that close wakes the watchers too, so a change is never left unseen.
 //
 // A watch remembers the log's last sequence number when it was armed, so no change committed after
 // the arming can be missed, whichever process made it and however late the watcher wakes.
@@ -27,7 +30,7 @@ namespace Platform::Posix {
 
 class RegistryNotifier {
 public:
-  explicit RegistryNotifier(std::string folder) : m_folder(std::move(folder)) {}
+  RegistryNotifier() = default;
   // Stops the watcher thread; armed watches are dropped without a signal.
   ~RegistryNotifier();
   RegistryNotifier(const RegistryNotifier&) = delete;
@@ -53,8 +56,7 @@ private:
     const void* owner = nullptr;
   };
   struct WatchedHive {
-    std::string walName;         // file names that a write to the hive touches
-    std::string generationName;
+    int inotifyWatch = -1;  // on the hive's generation file
     std::unique_ptr<ChangeLogReader> reader;
     std::int64_t lastSeen = 0;
     std::vector<Watch> watches;
@@ -66,7 +68,6 @@ private:
   void ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& signals);
   static bool Concerns(const Watch& watch, const ChangeRecord& change);
 
-  const std::string m_folder;
   std::mutex m_mutex;
   std::map<std::string, WatchedHive> m_hives;  // by hive file path
   int m_inotify = -1;

@@ -35,7 +35,7 @@ const char* const kHiveNames[] = {"machine", "user", "users"};
 }  // namespace
 
 RegistryState::RegistryState(std::string folder, std::string bootId)
-    : m_folder(std::move(folder)), m_bootId(std::move(bootId)), m_notifier(std::make_unique<RegistryNotifier>(m_folder)) {}
+    : m_folder(std::move(folder)), m_bootId(std::move(bootId)), m_notifier(std::make_unique<RegistryNotifier>()) {}
 
 RegistryState& RegistryState::Get() {
   RegistryState* state = g_state.load(std::memory_order_acquire);
