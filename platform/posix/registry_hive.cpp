@@ -642,6 +642,7 @@ LSTATUS RegistryHive::CreateKey(HiveKey& base, const KeyPath& relative, const Cr
   disposition = created ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
   if (transaction.Touched(Counter::Structure)) {
     if (m_keyCacheAt == transaction.Before(Counter::Structure) && HiveGenerations::IsStable(m_keyCacheAt)) {
+      if (m_keyCache.size() + transaction.createdKeys.size() > kMaxCachedKeys) m_keyCache.clear();
       for (auto& [path, cached] : transaction.createdKeys) m_keyCache.insert_or_assign(std::move(path), cached);
       m_keyCacheAt = transaction.After(Counter::Structure);
       key.aliveAt = m_keyCacheAt;
@@ -743,6 +744,11 @@ LSTATUS RegistryHive::SetValue(HiveKey& key, const KeyPath& relative, std::u16st
 
   if (m_valueCacheAt == transaction.Before(Counter::Values) && HiveGenerations::IsStable(m_valueCacheAt)) {
     ValueCacheKey::Build(m_scratch, target.id, name);
+    if (m_valueCacheBytes + size > kMaxCachedValueBytes) {
+      m_valueCache.clear();
+      m_valueCacheBytes = 0;
+    }
+    m_valueCacheBytes += size + m_scratch.size() * sizeof(char16_t);
     CachedValue& cached = m_valueCache[m_scratch];
     cached.exists = true;
     cached.type = type;
@@ -754,6 +760,7 @@ LSTATUS RegistryHive::SetValue(HiveKey& key, const KeyPath& relative, std::u16st
   }
   if (transaction.Touched(Counter::Structure)) {
     if (m_keyCacheAt == transaction.Before(Counter::Structure) && HiveGenerations::IsStable(m_keyCacheAt)) {
+      if (m_keyCache.size() + transaction.createdKeys.size() > kMaxCachedKeys) m_keyCache.clear();
       for (auto& [path, cached] : transaction.createdKeys) m_keyCache.insert_or_assign(std::move(path), cached);
       m_keyCacheAt = transaction.After(Counter::Structure);
     } else {

@@ -3,6 +3,7 @@
 // these tests skip there.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -97,6 +98,21 @@ TEST_F(RegistryStorageTest, ReadOnlyFolderServesReadsAndRefusesWrites) {
             RegCreateKeyExW(HKEY_USERS, u"Anything", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &created, nullptr));
   key.reset();
   fs::permissions(Folder(), fs::perms::owner_all);
+}
+
+TEST_F(RegistryStorageTest, WriteAheadLogStaysBoundedUnderManyWrites) {
+  UniqueKey key;
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Busy", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr));
+  std::uintmax_t largest = 0;
+  for (DWORD i = 0; i < 20000; ++i) {
+    ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(key.get(), u"Counter", 0, REG_DWORD, reinterpret_cast<BYTE*>(&i), 4));
+    if (i % 1000 == 0) largest = std::max(largest, fs::file_size(Folder() / "user.db-wal"));
+  }
+  // Twenty thousand commits of two pages each would make some 80 MiB without checkpoints.
+  EXPECT_LT(largest, 40u * 1024 * 1024);
+  DWORD read = 0, size = 4;
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(key.get(), nullptr, u"Counter", RRF_RT_REG_DWORD, nullptr, &read, &size));
+  EXPECT_EQ(19999u, read);
 }
 
 TEST_F(RegistryStorageTest, VolatileKeysAreGoneAfterAReboot) {
