@@ -109,6 +109,21 @@ AudioRoot DefaultAudioRoot() {
   return AudioRoot{HKEY_LOCAL_MACHINE, u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio"};
 }
 
+bool ParseAudioRoot(const std::u16string& text, AudioRoot& root) {
+  const std::size_t separator = text.find(u'\\');
+  if (separator == std::u16string::npos || separator + 1 >= text.size()) return false;
+  const std::u16string hive = UpperName(text.substr(0, separator));
+  if (hive == u"HKLM" || hive == u"HKEY_LOCAL_MACHINE") {
+    root.hive = HKEY_LOCAL_MACHINE;
+  } else if (hive == u"HKCU" || hive == u"HKEY_CURRENT_USER") {
+    root.hive = HKEY_CURRENT_USER;
+  } else {
+    return false;
+  }
+  root.path = text.substr(separator + 1);
+  return true;
+}
+
 bool ToPropertyValue(const StoredValue& stored, PROPVARIANT& value) {
   value = PROPVARIANT{};
   switch (stored.type) {

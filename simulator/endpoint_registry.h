@@ -32,6 +32,10 @@ struct AudioRoot {
 // Core Audio's own place: the machine hive's MMDevices\Audio.
 AudioRoot DefaultAudioRoot();
 
+// Reads a root written as on reg.exe's command line: "HKLM\path" or "HKCU\path" (or the long
+// names HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER), case ignored. False for any other text.
+bool ParseAudioRoot(const std::u16string& text, AudioRoot& root);
+
 struct Endpoint {
   std::u16string id;
   Platform::EDataFlow flow;

@@ -10,15 +10,12 @@
 #include "platform/module.h"
 #include "platform/utf.h"
 #include "tests/support/platform_kind.h"
+#include "tests/support/shell_command.h"
 #include "tests/support/temporary_registry_folder.h"
 
 namespace {
 
-std::string ProgramFolder() {
-  char16_t path[4096];
-  std::u16string program(path, Platform::GetModuleFileNameW(nullptr, path, 4096));
-  return Platform::Utf16ToUtf8(program.substr(0, program.find_last_of(u"/\\") + 1));
-}
+using Testing::ProgramFolder;
 
 struct RunResult {
   int status;
@@ -31,7 +28,7 @@ RunResult RunProgram(const std::string& program, const std::string& arguments) {
   const std::string command =
       "\"" + ProgramFolder() + program + "\" " + arguments + " > \"" + outputPath + "\" 2>&1";
   RunResult result;
-  result.status = std::system(command.c_str());
+  result.status = Testing::RunShellCommand(command);
   std::ifstream file(outputPath);
   std::stringstream text;
   text << file.rdbuf();
@@ -42,14 +39,36 @@ RunResult RunProgram(const std::string& program, const std::string& arguments) {
 
 RunResult RunHalcyrad(const std::string& arguments) { return RunProgram("halcyrad", arguments); }
 
-// Each test starts halcyrad on a machine of its own: a fresh registry folder on Linux.
+// Where the tests keep the simulated endpoints: Core Audio's own place on Linux, where each test
+// has a registry folder of its own; a test key on Windows, where the registry is the machine's.
+const std::string kWindowsTestAudioRoot = "HKCU\\Software\\HalcyraTests\\Halcyrad\\Audio";
+std::string AudioRoot() {
+  return Testing::kRunningOnWindows ? kWindowsTestAudioRoot
+                                    : "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio";
+}
+std::string Simulate() {
+  return Testing::kRunningOnWindows ? "--simulate --simulated-audio-root \"" + kWindowsTestAudioRoot + "\""
+                                    : "--simulate";
+}
+
+// Each test starts halcyrad on a machine of its own: a fresh registry folder on Linux; on Windows
+// the keys that halcyrad writes are removed before and after.
 class HalcyradTest : public ::testing::Test {
 protected:
+  HalcyradTest() { RemoveWrittenKeys(); }
+  ~HalcyradTest() override { RemoveWrittenKeys(); }
+
+  static void RemoveWrittenKeys() {
+    if (!Testing::kRunningOnWindows) return;
+    RunProgram("halcyra-reg", "delete \"HKLM\\SOFTWARE\\Velorin\" /f");
+    RunProgram("halcyra-reg", "delete \"" + kWindowsTestAudioRoot + "\" /f");
+  }
+
   Testing::TemporaryRegistryFolder registry;
 };
 
 TEST_F(HalcyradTest, ShortRunAtTraceLevelPrintsTheFourRequestTracesAndExitsZero) {
-  RunResult run = RunHalcyrad("--for 1 --log-level 4 --simulate");
+  RunResult run = RunHalcyrad("--for 1 --log-level 4 " + Simulate());
   EXPECT_EQ(run.status, 0) << run.output;
   for (const char* request : {"Init", "Start", "Stop", "Uninit"}) {
     std::regex trace(std::string("halcyrad: ") + request +
@@ -61,7 +80,7 @@ TEST_F(HalcyradTest, ShortRunAtTraceLevelPrintsTheFourRequestTracesAndExitsZero)
 }
 
 TEST_F(HalcyradTest, DefaultLevelHidesTheTraces) {
-  RunResult run = RunHalcyrad("--for 0 --simulate");
+  RunResult run = RunHalcyrad("--for 0 " + Simulate());
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_EQ(run.output.find("request on module"), std::string::npos) << run.output;
 }
@@ -83,22 +102,21 @@ TEST_F(HalcyradTest, BadArgumentsAreRefused) {
   EXPECT_NE(RunHalcyrad("--log-level 9").status, 0);
   EXPECT_NE(RunHalcyrad("--for soon").status, 0);
   EXPECT_NE(RunHalcyrad("--frobnicate").status, 0);
+  EXPECT_NE(RunHalcyrad("--simulated-audio-root HKXX\\Audio").status, 0);
 }
 
 constexpr const char* kPatchedLine =
     "ExtInfIssuePatcher::PatchSupportedDevices() : The Ext INF did not set the properties correctly, I have fixed it.";
-constexpr const char* kHeadsetProperties =
-    "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio\\Render\\"
-    "{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05}\\Properties";
+constexpr const char* kHeadsetProperties = "\\Render\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05}\\Properties";
 
 TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesTheSettings) {
-  RunResult run = RunHalcyrad("--for 2 --log-level 3 --simulate");
+  RunResult run = RunHalcyrad("--for 2 --log-level 3 " + Simulate());
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_NE(run.output.find("halcyrad: seeded the product's registry keys"), std::string::npos) << run.output;
   EXPECT_NE(run.output.find("halcyrad: seeded the default simulated endpoints"), std::string::npos) << run.output;
   EXPECT_NE(run.output.find(kPatchedLine), std::string::npos) << run.output;
 
-  RunResult markers = RunProgram("halcyra-reg", std::string("query \"") + kHeadsetProperties + "\"");
+  RunResult markers = RunProgram("halcyra-reg", "query \"" + AudioRoot() + kHeadsetProperties + "\"");
   ASSERT_EQ(markers.status, 0) << markers.output;
   EXPECT_TRUE(std::regex_search(markers.output,
                                 std::regex("\\{F363DF17-A750-4AC3-B7B5-2BBEFFA9085F\\},11 +REG_SZ +Quillon\\.Halcyra3")))
@@ -116,14 +134,14 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("ProcessSystemSounds +REG_DWORD +0x1")))
       << settings.output;
 
-  RunResult second = RunHalcyrad("--for 0 --log-level 3 --simulate");
+  RunResult second = RunHalcyrad("--for 0 --log-level 3 " + Simulate());
   EXPECT_EQ(second.status, 0) << second.output;
   EXPECT_EQ(second.output.find(kPatchedLine), std::string::npos) << second.output;
   EXPECT_EQ(second.output.find("halcyrad: seeded"), std::string::npos) << second.output;
 }
 
 TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateHardwareIdAndMarkers) {
-  RunResult run = RunHalcyrad("--list-endpoints");
+  RunResult run = RunHalcyrad("--list-endpoints " + Simulate());
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_TRUE(std::regex_search(
       run.output, std::regex("\\{0\\.0\\.0\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05\\} +render +active +"

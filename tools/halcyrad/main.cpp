@@ -45,6 +45,7 @@ struct Options {
   double seconds = -1;
   int logLevel = 2;
   bool simulate = kSimulateByDefault;
+  Simulator::AudioRoot audioRoot = Simulator::DefaultAudioRoot();
   bool listEndpoints = false;
   bool help = false;
 };
@@ -52,13 +53,17 @@ struct Options {
 void PrintUsage() {
   std::puts(
       "usage: halcyrad [--library PATH] [--for SECONDS] [--log-level N] [--simulate | --no-simulate]\n"
-      "       halcyrad --list-endpoints\n"
+      "                [--simulated-audio-root KEY]\n"
+      "       halcyrad --list-endpoints [--simulated-audio-root KEY]\n"
       "  --library PATH    the module library (default: the one beside this program)\n"
       "  --for SECONDS     stop after this time instead of waiting for SIGINT or SIGTERM\n"
       "  --log-level N     show the library's log up to level N (1 errors ... 5 type matching; default 2)\n"
       "  --simulate        use the simulated audio system, seeding the default machine where it is missing\n"
       "                    (the default on Linux)\n"
       "  --no-simulate     use the system's audio components\n"
+      "  --simulated-audio-root KEY\n"
+      "                    keep the simulated endpoints below KEY (HKLM\\... or HKCU\\...) instead of\n"
+      "                    HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio\n"
       "  --list-endpoints  seed like --simulate, list the simulated endpoints and exit");
 }
 
@@ -89,6 +94,12 @@ bool ParseOptions(int argc, char** argv, Options& options) {
       options.simulate = false;
     } else if (argument == "--list-endpoints") {
       options.listEndpoints = true;
+    } else if (argument == "--simulated-audio-root") {
+      const char* text = value("--simulated-audio-root");
+      if (text == nullptr || !Simulator::ParseAudioRoot(Platform::Utf8ToUtf16(text), options.audioRoot)) {
+        std::fprintf(stderr, "halcyrad: --simulated-audio-root takes a key of HKLM or HKCU\n");
+        return false;
+      }
     } else if (argument == "--library") {
       const char* path = value("--library");
       if (path == nullptr) return false;
@@ -164,7 +175,7 @@ int main(int argc, char** argv) {
   std::optional<Simulator::AudioSystem> audio;
   std::optional<Simulator::ClassRegistration> registration;
   if (options.simulate || options.listEndpoints) {
-    audio.emplace(Simulator::DefaultAudioRoot(), &WriteSimulatorMessage);
+    audio.emplace(options.audioRoot, &WriteSimulatorMessage);
     if (!SeedMachine(*audio)) return 1;
     registration.emplace(*audio);
   }
