@@ -10,7 +10,6 @@
 #include "foundation/result_check.h"
 #include "platform/core_audio.h"
 #include "platform/policy_config.h"
-#include "platform/utf.h"
 
 using namespace Platform;
 

@@ -64,7 +64,8 @@ HRESULT PropVariantClear(PROPVARIANT* value);
 
 // Parses "{fmtid} pid" into `key`. The form with a comma, "{fmtid},pid", in which Core Audio names
 // its stored properties, is accepted as well. Returns S_OK, E_POINTER for a null argument, or
-// E_INVALIDARG for a text that is not a property key; `key` is then zeroed. Any thread.
+// E_INVALIDARG for a text that is not a property key, after which `key` holds nothing of use.
+// Windows is lenient with what follows the number; off Windows nothing but spaces may. Any thread.
 HRESULT PSPropertyKeyFromString(LPCWSTR text, PROPERTYKEY* key);
 
 }  // namespace Platform
