@@ -3,11 +3,14 @@
 //
 // The notification latency is measured against a writer process (this program started again with
 // --notify-writer FILE): it stores the steady clock's time in nanoseconds as a REG_QWORD just before
-// each write, every few milliseconds, and lists in FILE when each write started and returned. The
+// each write, at the interval in microseconds that the benchmark's argument gives, and lists in FILE
+// when each write started and returned. The
 // watcher takes the time as soon as its event is signalled: "median_us" and "p99_us" count from
 // the start of the write call, "after_write_median_us" from its return; "write_median_us" is the
-// write call itself, in a process that writes only every few milliseconds. The steady clock is the
-// machine's monotonic clock, the same in both processes.
+// write call itself. A process that has slept for milliseconds comes back slowly on this virtual
+// machine (a write after 3 ms of sleep takes about three times as long as one of a busy writer),
+// hence the two intervals. The steady clock is the machine's monotonic clock, the same in both
+// processes.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -36,7 +39,6 @@ namespace {
 constexpr const char16_t* kBase = u"Software\\HalcyraBench";
 constexpr const char16_t* kNotifyKey = u"Software\\HalcyraBench\\Notify";
 constexpr int kNotifyWrites = 400;
-constexpr auto kNotifyInterval = std::chrono::milliseconds(3);
 
 std::string g_program;
 std::filesystem::path g_folder;
@@ -146,7 +148,8 @@ void NotificationLatencyAcrossProcesses(benchmark::State& state) {
     const DWORD filter = REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC;
     RegNotifyChangeKeyValue(watched.get(), TRUE, filter, event.get(), TRUE);
     // The writer runs as a process of its own, waited for by a thread of this one.
-    std::string command = "'" + g_program + "' --notify-writer '" + times + "'";
+    std::string command =
+        "'" + g_program + "' --notify-writer '" + times + "' " + std::to_string(state.range(0));
     int writerResult = -1;
     std::thread writer([&] { writerResult = std::system(command.c_str()); });
     while (WaitForSingleObject(event.get(), 5000) == WAIT_OBJECT_0) {
@@ -183,18 +186,23 @@ void NotificationLatencyAcrossProcesses(benchmark::State& state) {
     state.counters["samples"] = static_cast<double>(latencies.size());
   }
 }
-BENCHMARK(NotificationLatencyAcrossProcesses)->Iterations(1)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(NotificationLatencyAcrossProcesses)
+    ->Arg(3000)
+    ->Arg(500)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 
-// The writer side of the latency run: waits for the watcher to arm, then writes its clock, and at
-// the end lists each write's start and return in `file`.
-int NotifyWriter(const char* file) {
+// The writer side of the latency run: waits for the watcher to arm, then writes its clock every
+// `interval` microseconds, and at the end lists each write's start and return in `file`.
+int NotifyWriter(const char* file, long interval) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   std::vector<std::pair<std::int64_t, std::int64_t>> writes;
   for (int i = 0; i < kNotifyWrites + 20; ++i) {
     std::int64_t start = Now();
     if (RegSetKeyValueW(HKEY_CURRENT_USER, kNotifyKey, u"Time", REG_QWORD, &start, 8) != ERROR_SUCCESS) return 1;
     writes.emplace_back(start, Now());
-    std::this_thread::sleep_for(kNotifyInterval);
+    std::this_thread::sleep_for(std::chrono::microseconds(interval));
   }
   std::ofstream out(file);
   for (const auto& [start, end] : writes) out << start << ' ' << end << '\n';
@@ -205,7 +213,9 @@ int NotifyWriter(const char* file) {
 
 int main(int argc, char** argv) {
   g_program = std::filesystem::absolute(argv[0]).string();
-  if (argc == 3 && std::strcmp(argv[1], "--notify-writer") == 0) return NotifyWriter(argv[2]);
+  if (argc == 4 && std::strcmp(argv[1], "--notify-writer") == 0) {
+    return NotifyWriter(argv[2], std::strtol(argv[3], nullptr, 10));
+  }
 
   std::random_device random;
   g_folder = std::filesystem::temp_directory_path() / ("halcyra-registry-bench-" + std::to_string(random()));
