@@ -39,8 +39,11 @@ TEST(RtkGen3AECHelperTest, CountStartsAtOneAndIsShared) {
 
 TEST(RtkGen3AECHelperTest, MarshalingIsForwardedToTheFreeThreadedMarshaler) {
   RtkGen3AECHelper helper;
+  // Within the process the free-threaded marshaler names itself; towards other processes Windows'
+  // hands over to the standard marshaler.
+  constexpr DWORD kInProcess = 3;
   CLSID clsid{};
-  EXPECT_EQ(helper.GetUnmarshalClass(IID_IMMNotificationClient, nullptr, 0, nullptr, 0, &clsid), S_OK);
+  EXPECT_EQ(helper.GetUnmarshalClass(IID_IMMNotificationClient, nullptr, kInProcess, nullptr, 0, &clsid), S_OK);
   EXPECT_EQ(clsid.Data1, 0x0000033Au);
   EXPECT_EQ(helper.AddRef(), 2u);  // the marshaler's interface did not keep a count on the helper
 }

@@ -66,9 +66,18 @@ public:
 
 int MakerOf(void* object) { return static_cast<Made*>(static_cast<IUnknown*>(object))->maker; }
 
+// COM is initialised on the test's thread: on Windows a class that no table knows goes on to the
+// system, which answers CO_E_NOTINITIALIZED on a thread without COM.
 class ProcessClassTableTest : public ::testing::Test {
 protected:
-  ~ProcessClassTableTest() override { SetHostClassObjectLookup(nullptr); }
+  ProcessClassTableTest() : m_comInitialized(SUCCEEDED(CoInitialize(nullptr))) {}
+  ~ProcessClassTableTest() override {
+    SetHostClassObjectLookup(nullptr);
+    if (m_comInitialized) CoUninitialize();
+  }
+
+private:
+  const bool m_comInitialized;
 };
 
 TEST_F(ProcessClassTableTest, RegisteredClassIsCreatedThroughItsFactory) {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "platform/com.h"
+#include "tests/support/platform_kind.h"
 
 namespace {
 
@@ -47,7 +48,10 @@ TEST(PropVariantTest, ClearingNumbersAndEmptyValuesSucceeds) {
   EXPECT_EQ(value.ulVal, 0u);
 }
 
-TEST(PropVariantTest, ClearingNullIsAnInvalidArgument) { EXPECT_EQ(PropVariantClear(nullptr), E_INVALIDARG); }
+TEST(PropVariantTest, ClearingNullIsAnInvalidArgument) {
+  if (Testing::kRunningOnWindows) GTEST_SKIP() << "the system answers S_OK for a null value";
+  EXPECT_EQ(PropVariantClear(nullptr), E_INVALIDARG);
+}
 
 TEST(PropVariantTest, LayoutIsThePlatformsOf24Bytes) {
   EXPECT_EQ(sizeof(PROPVARIANT), 24u);

@@ -11,6 +11,7 @@
 #include "platform/registry.h"
 #include "platform/unique_handle.h"
 #include "tests/platform/registry/registry_sandbox.h"
+#include "tests/support/wine.h"
 
 using namespace Platform;
 
@@ -204,6 +205,7 @@ TEST_P(RegistryConformanceTest, KeyNameOfTheLimitLengthIsAccepted) {
 }
 
 TEST_P(RegistryConformanceTest, KeyNameOverTheLimitIsRefused) {
+  if (Testing::RunningUnderWine()) GTEST_SKIP() << "Wine takes key names longer than 255 characters";
   std::u16string name(MAX_KEY_NAME_LENGTH + 1, u'k');
   HKEY key = nullptr;
   EXPECT_NE(ERROR_SUCCESS, RegCreateKeyExW(Root(), name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
@@ -324,6 +326,9 @@ TEST_P(RegistryConformanceTest, SetKeyValueWithoutSubKeySetsOnTheKeyItself) {
 // RegGetValueW: restrictions, sizes and terminators.
 
 TEST_P(RegistryConformanceTest, GetValueNeedsATypeRestriction) {
+  if (Testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine answers a request without a type restriction with ERROR_UNSUPPORTED_TYPE";
+  }
   SetDword(Root(), u"Dword", 1);
   DWORD value = 0, size = 4;
   EXPECT_EQ(ERROR_INVALID_PARAMETER, RegGetValueW(Root(), nullptr, u"Dword", 0, nullptr, &value, &size));
@@ -406,6 +411,9 @@ TEST_P(RegistryConformanceTest, GetValueWithASmallBufferIsMoreDataWithTheSizeNee
 }
 
 TEST_P(RegistryConformanceTest, GetValueTerminatesAStringStoredWithoutTerminator) {
+  if (Testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine's RegGetValueW does not add the missing terminator of a string";
+  }
   SetBytes(Root(), u"Bare", REG_SZ, Bytes(u"data"));
   DWORD size = 0;
   ASSERT_EQ(ERROR_SUCCESS, RegGetValueW(Root(), nullptr, u"Bare", RRF_RT_REG_SZ, nullptr, nullptr, &size));
@@ -441,6 +449,9 @@ TEST_P(RegistryConformanceTest, GetValueOfAnEmptyStringGivesNoBytes) {
 }
 
 TEST_P(RegistryConformanceTest, GetValueEndsAMultiStringWithTwoTerminators) {
+  if (Testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine's RegGetValueW does not add the missing terminators of a multi-string";
+  }
   SetBytes(Root(), u"Multi", REG_MULTI_SZ, Bytes(std::u16string(u"ab\0cd", 5)));
   char16_t buffer[16];
   DWORD size = sizeof(buffer);
@@ -474,6 +485,9 @@ TEST_P(RegistryConformanceTest, GetValueExpandsEnvironmentStringsUnlessAskedNotT
 }
 
 TEST_P(RegistryConformanceTest, ValueOfATypeWithoutARestrictionFlagPassesOnlyUnrestricted) {
+  if (Testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine's RegGetValueW refuses types without a restriction flag even under RRF_RT_ANY";
+  }
   const std::vector<BYTE> bytes = {1, 2, 3};
   SetBytes(Root(), u"Custom", 0x100, bytes);
   BYTE buffer[8];
@@ -498,6 +512,9 @@ TEST_P(RegistryConformanceTest, QwordRoundTripsThroughGetValue) {
 // Enumeration.
 
 TEST_P(RegistryConformanceTest, SubKeysEnumerateInCaseInsensitiveOrder) {
+  if (Testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine orders names by their lower case, so \"_\" comes before the letters";
+  }
   for (const char16_t* name : {u"beta", u"Alpha", u"gamma", u"_under", u"Delta"}) Create(Root(), name);
   EXPECT_EQ((std::vector<std::u16string>{u"Alpha", u"beta", u"Delta", u"gamma", u"_under"}), SubKeyNames(Root()));
 }
@@ -777,6 +794,9 @@ TEST_P(RegistryConformanceTest, SixtyFourBitViewFlagIsAccepted) {
 }
 
 TEST_P(RegistryConformanceTest, SecurityOfAKeyCanBeSet) {
+  if (Testing::RunningUnderWine()) {
+    GTEST_SKIP() << "Wine's RegQueryInfoKeyW gives no length of the key's security descriptor";
+  }
   PSECURITY_DESCRIPTOR descriptor = nullptr;
   ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(u"D:(A;OICI;GA;;;BA)(A;OICI;GR;;;IU)",
                                                                    SDDL_REVISION_1, &descriptor, nullptr));

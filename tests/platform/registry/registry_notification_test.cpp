@@ -10,6 +10,7 @@
 #include "platform/synchronization.h"
 #include "platform/unique_handle.h"
 #include "tests/platform/registry/registry_sandbox.h"
+#include "tests/support/wine.h"
 
 using namespace Platform;
 
@@ -120,6 +121,7 @@ TEST_F(RegistryNotificationTest, SubtreeNameWatchSeesAKeyDeletedDeepBelow) {
 }
 
 TEST_F(RegistryNotificationTest, DeletingTheWatchedKeySignalsIt) {
+  if (Testing::RunningUnderWine()) GTEST_SKIP() << "Wine does not signal the watch of a key that is deleted";
   UniqueKey watched = Create(Root(), u"Watched");
   Arm(watched.get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET);
   ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(Root(), u"Watched"));
@@ -140,6 +142,7 @@ TEST_F(RegistryNotificationTest, WatchOfADeletedKeyIsRefused) {
 }
 
 TEST_F(RegistryNotificationTest, AsynchronousWatchWithoutEventIsInvalidParameter) {
+  if (Testing::RunningUnderWine()) GTEST_SKIP() << "Wine refuses the missing event with ERROR_INVALID_HANDLE";
   EXPECT_EQ(ERROR_INVALID_PARAMETER, RegNotifyChangeKeyValue(Root(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, nullptr, TRUE));
 }
 

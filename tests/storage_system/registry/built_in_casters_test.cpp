@@ -6,6 +6,7 @@
 #include "foundation/built_in_types.h"
 #include "storage_system/registry/registry_properties.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
+#include "tests/support/platform_kind.h"
 
 namespace {
 
@@ -141,6 +142,9 @@ TEST_F(BuiltInCastersTest, DoubleIsAQwordOfItsBitsWithTheOptionClear) {
 }
 
 TEST_F(BuiltInCastersTest, FloatIsTextWithTheOptionSet) {
+  if (Testing::kRunningOnWindows) {
+    GTEST_SKIP() << "Windows stores the terminator that follows a string given without one in its size";
+  }
   OpenTextStorage();
   Held<IRegistryValue> value;
   ASSERT_EQ(textStorage->OpenValue(u"f", &value, SF_READ | SF_CREATE, TypeOfFloat(), nullptr, 0), ErrorNone);

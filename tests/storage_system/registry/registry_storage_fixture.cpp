@@ -6,8 +6,9 @@
 
 namespace Testing {
 
+RegistryStorageTest::RegistryStorageTest() : m_logLevel(LogGetLevel()) {}
+
 void RegistryStorageTest::SetUp() {
-  m_logLevel = LogGetLevel();
   ASSERT_TRUE(sandbox.Ready());
   ASSERT_EQ(OpenStorage(StorageSystem::SF_READ | StorageSystem::SF_WRITE, &storage), ErrorNone) << capture.Text();
 }

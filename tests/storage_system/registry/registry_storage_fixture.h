@@ -20,6 +20,7 @@ namespace Testing {
 
 class RegistryStorageTest : public ::testing::Test {
 protected:
+  RegistryStorageTest();
   void SetUp() override;
   void TearDown() override;
 
@@ -59,8 +60,9 @@ protected:
   StorageSystem::IStorageSystem* storage = nullptr;
 
 private:
-  // The log level before the test, which tests may raise to see notes.
-  int m_logLevel = 0;
+  // The log level before the test, which tests may raise to see notes. Taken at construction, so
+  // that a test skipped in its SetUp gives back the level it found.
+  int m_logLevel;
 };
 
 // The text of a UTF-16 string (ASCII in tests).
