@@ -37,7 +37,9 @@ Platform::PSID ApplicationPackagesSid() {
   static const Platform::PSID sid = [] {
     const Platform::SID_IDENTIFIER_AUTHORITY packageAuthority = {{0, 0, 0, 0, 0, 15}};
     Platform::PSID made = nullptr;
-    if (!Platform::AllocateAndInitializeSid(&packageAuthority, 2, 2, 1, 0, 0, 0, 0, 0, 0, &made)) return Platform::PSID{};
+    if (!Platform::AllocateAndInitializeSid(&packageAuthority, 2, 2, 1, 0, 0, 0, 0, 0, 0, &made)) {
+      return Platform::PSID{};
+    }
     return made;
   }();
   return sid;

@@ -51,8 +51,9 @@ std::vector<std::string> ListEndpoints(const EndpointRegistry& endpoints) {
   lines.push_back(Padded("id", 56) + "  " + Padded("flow", 7) + "  " + Padded("state", 10) + "  hardware id  markers");
   for (const Endpoint& endpoint : endpoints.List(eAll, DEVICE_STATEMASK_ALL)) {
     std::string hardwareId = ShortValue(endpoints, endpoint, PKEY_Device_InstanceId);
-    std::string line = Padded(Narrow(endpoint.id), 56) + "  " + Padded(endpoint.flow == eRender ? "render" : "capture", 7) +
-                       "  " + Padded(StateName(endpoint.state), 10) + "  " + hardwareId + "  markers:";
+    std::string line = Padded(Narrow(endpoint.id), 56) + "  " +
+                       Padded(endpoint.flow == eRender ? "render" : "capture", 7) + "  " +
+                       Padded(StateName(endpoint.state), 10) + "  " + hardwareId + "  markers:";
     for (const PROPERTYKEY& marker : kMarkers) line += " " + ShortValue(endpoints, endpoint, marker);
     lines.push_back(line);
   }

@@ -117,7 +117,8 @@ void NotificationThread::Deliver(const std::vector<EndpointSnapshot>& before,
       for (const std::u16string& name : ChangedNames(oldStore, newStore)) {
         PROPERTYKEY key;
         if (!ParsePropertyValueName(name, key)) continue;
-        Notify(m_state, [&](IMMNotificationClient* client) { client->OnPropertyValueChanged(endpoint.id.c_str(), key); });
+        Notify(m_state,
+               [&](IMMNotificationClient* client) { client->OnPropertyValueChanged(endpoint.id.c_str(), key); });
       }
     }
   }

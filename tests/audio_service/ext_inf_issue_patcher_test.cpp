@@ -15,7 +15,8 @@ using namespace Platform;
 using Simulator::CallRecord;
 
 constexpr const char* kPatchedLine =
-    "ExtInfIssuePatcher::PatchSupportedDevices() : The Ext INF did not set the properties correctly, I have fixed it.\n";
+    "ExtInfIssuePatcher::PatchSupportedDevices() : The Ext INF did not set the properties correctly, I have fixed "
+    "it.\n";
 constexpr const char* kThrownLine = "ExtInfIssuePatcher::PatchSupportedDevices() : thrown exception\n";
 
 const std::u16string kEffects = u"{D04E05A6-594B-4FB6-A80D-01AF5EED7D1D}";
@@ -65,8 +66,10 @@ TEST_F(ExtInfIssuePatcherTest, AllMissingMarkersAreWrittenToTheEndpointStoreAndT
   std::vector<CallRecord> writes = machine.audio.Calls().CallsOf("IPolicyConfig::SetPropertyValue");
   ASSERT_EQ(writes.size(), 3u);
   const std::string idText = Simulator::Narrow(id);
-  EXPECT_EQ(writes[0].arguments, idText + ", 0, {F363DF17-A750-4AC3-B7B5-2BBEFFA9085F},11, VT_LPWSTR \"Quillon.Halcyra3\"");
-  EXPECT_EQ(writes[1].arguments, idText + ", 0, {9B8844FE-1650-40E5-A5EA-11B8C83821A1},12, VT_LPWSTR \"Quillon.Halcyra3\"");
+  EXPECT_EQ(writes[0].arguments,
+            idText + ", 0, {F363DF17-A750-4AC3-B7B5-2BBEFFA9085F},11, VT_LPWSTR \"Quillon.Halcyra3\"");
+  EXPECT_EQ(writes[1].arguments,
+            idText + ", 0, {9B8844FE-1650-40E5-A5EA-11B8C83821A1},12, VT_LPWSTR \"Quillon.Halcyra3\"");
   EXPECT_EQ(writes[2].arguments, idText + ", 0, {8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369},0, VT_UI4 1");
   EXPECT_EQ(machine.Property(id, false, kMarker1), "VT_LPWSTR \"Quillon.Halcyra3\"");
   EXPECT_EQ(machine.Property(id, false, kMarker2), "VT_LPWSTR \"Quillon.Halcyra3\"");
@@ -195,7 +198,8 @@ TEST_F(ExtInfIssuePatcherTest, AnEndpointWhoseItemFailsIsSkippedAndTheOthersAreP
 
 TEST_F(ExtInfIssuePatcherTest, EffectReadsThatFailCountAsNoMatch) {
   std::u16string id = AddProductEndpoint(kKey1);
-  machine.audio.Calls().FailCalls("IPolicyConfig::GetPropertyValue", static_cast<HRESULT>(0x80070005u), Simulator::Narrow(id));
+  constexpr HRESULT kAccessDenied = static_cast<HRESULT>(0x80070005u);
+  machine.audio.Calls().FailCalls("IPolicyConfig::GetPropertyValue", kAccessDenied, Simulator::Narrow(id));
   ExtInfIssuePatcher::PatchSupportedDevices();
   EXPECT_EQ(Writes(), 0u);
   EXPECT_EQ(machine.capture.Text(), "");

@@ -14,7 +14,8 @@ constexpr const char16_t* kApplicationKey = u"SOFTWARE\\Velorin\\VelorinV3\\Audi
 constexpr const char16_t* kProductKeyV3 = u"SOFTWARE\\Velorin\\VelorinV3";
 const std::u16string kEffectsKey = u"{3A2B3C4D-0000-4000-8000-000000000001}";
 constexpr const char* kPatchedLine =
-    "ExtInfIssuePatcher::PatchSupportedDevices() : The Ext INF did not set the properties correctly, I have fixed it.\n";
+    "ExtInfIssuePatcher::PatchSupportedDevices() : The Ext INF did not set the properties correctly, I have fixed "
+    "it.\n";
 
 class HalcyraDaemonModuleTest : public ::testing::Test {
 protected:
@@ -27,9 +28,10 @@ protected:
 
   // An endpoint whose effects hold a product CLSID and whose markers are missing.
   void AddEndpointToPatch() {
-    machine.AddEndpoint(eRender, kEffectsKey, DEVICE_STATE_ACTIVE, u"HDAUDIO\\X",
-                        {{PROPERTYKEY{{0xD04E05A6, 0x594B, 0x4FB6, {0xA8, 0x0D, 0x01, 0xAF, 0x5E, 0xED, 0x7D, 0x1D}}, 5},
-                          u"{670173E3-78CF-11E5-A837-0800200C9A66}"}});
+    machine.AddEndpoint(
+        eRender, kEffectsKey, DEVICE_STATE_ACTIVE, u"HDAUDIO\\X",
+        {{PROPERTYKEY{{0xD04E05A6, 0x594B, 0x4FB6, {0xA8, 0x0D, 0x01, 0xAF, 0x5E, 0xED, 0x7D, 0x1D}}, 5},
+          u"{670173E3-78CF-11E5-A837-0800200C9A66}"}});
   }
 
   std::size_t EnumeratorsCreated() {

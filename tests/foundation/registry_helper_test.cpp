@@ -122,8 +122,9 @@ TEST_F(RegistryHelperTest, SetDwValueWithoutWriteRightReportsCannotWrite) {
   UniqueKey readOnly;
   ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kTestKey, 0, KEY_READ, readOnly.put()), ERROR_SUCCESS);
   EXPECT_EQ(RegistryHelper::SetDwValue(readOnly.get(), u"X", 1), ErrorCannotWrite);
-  EXPECT_NE(capture.Text().find("Error 7 (cannot write to resource) in function Win32Helper::RegistryHelper::SetDwValue"),
-            std::string::npos);
+  EXPECT_NE(
+      capture.Text().find("Error 7 (cannot write to resource) in function Win32Helper::RegistryHelper::SetDwValue"),
+      std::string::npos);
 }
 
 }  // namespace

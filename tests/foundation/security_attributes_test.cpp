@@ -26,7 +26,9 @@ std::string DaclText(PSECURITY_DESCRIPTOR descriptor) {
   return result;
 }
 
-std::string DaclText(const Common::CSecurityAttributes& attributes) { return DaclText(attributes.lpSecurityDescriptor); }
+std::string DaclText(const Common::CSecurityAttributes& attributes) {
+  return DaclText(attributes.lpSecurityDescriptor);
+}
 
 // The platform's writing of a descriptor text, which orders the rights its own way: two texts
 // give the same writing when they describe the same access list.

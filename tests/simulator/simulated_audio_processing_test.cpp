@@ -12,7 +12,8 @@ class SimulatedAudioProcessingTest : public Testing::SimulatorFixture {};
 
 TEST_F(SimulatedAudioProcessingTest, ParametersKeepTheValuesSet) {
   void* object = nullptr;
-  ASSERT_EQ(Simulator::CreateSimulatedAudioProcessingManager(audio.State(), IID_IAudioProcessingManager, &object), S_OK);
+  ASSERT_EQ(Simulator::CreateSimulatedAudioProcessingManager(audio.State(), IID_IAudioProcessingManager, &object),
+            S_OK);
   auto* manager = static_cast<IAudioProcessingManager*>(object);
   IAudioParameterSet* set = nullptr;
   ASSERT_EQ(manager->GetParameterSet(&set), S_OK);
@@ -29,7 +30,8 @@ TEST_F(SimulatedAudioProcessingTest, ParametersKeepTheValuesSet) {
 
 TEST_F(SimulatedAudioProcessingTest, InjectedFailureOfOneParameterLeavesItUnset) {
   void* object = nullptr;
-  ASSERT_EQ(Simulator::CreateSimulatedAudioProcessingManager(audio.State(), IID_IAudioProcessingManager, &object), S_OK);
+  ASSERT_EQ(Simulator::CreateSimulatedAudioProcessingManager(audio.State(), IID_IAudioProcessingManager, &object),
+            S_OK);
   auto* manager = static_cast<IAudioProcessingManager*>(object);
   IAudioParameterSet* set = nullptr;
   ASSERT_EQ(manager->GetParameterSet(&set), S_OK);

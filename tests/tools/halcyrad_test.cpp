@@ -118,11 +118,11 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
 
   RunResult markers = RunProgram("halcyra-reg", "query \"" + AudioRoot() + kHeadsetProperties + "\"");
   ASSERT_EQ(markers.status, 0) << markers.output;
-  EXPECT_TRUE(std::regex_search(markers.output,
-                                std::regex("\\{F363DF17-A750-4AC3-B7B5-2BBEFFA9085F\\},11 +REG_SZ +Quillon\\.Halcyra3")))
+  EXPECT_TRUE(std::regex_search(
+      markers.output, std::regex("\\{F363DF17-A750-4AC3-B7B5-2BBEFFA9085F\\},11 +REG_SZ +Quillon\\.Halcyra3")))
       << markers.output;
-  EXPECT_TRUE(std::regex_search(markers.output,
-                                std::regex("\\{9B8844FE-1650-40E5-A5EA-11B8C83821A1\\},12 +REG_SZ +Quillon\\.Halcyra3")))
+  EXPECT_TRUE(std::regex_search(
+      markers.output, std::regex("\\{9B8844FE-1650-40E5-A5EA-11B8C83821A1\\},12 +REG_SZ +Quillon\\.Halcyra3")))
       << markers.output;
   EXPECT_TRUE(std::regex_search(markers.output,
                                 std::regex("\\{8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369\\},0 +REG_DWORD +0x1")))
@@ -144,8 +144,9 @@ TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateHardwareIdAndMarkers) {
   RunResult run = RunHalcyrad("--list-endpoints " + Simulate());
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_TRUE(std::regex_search(
-      run.output, std::regex("\\{0\\.0\\.0\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05\\} +render +active +"
-                             "\"USB\\\\VID_1B3F&PID_2008&MI_00\\\\7&1F2E3D4C&0&0000\" +markers: \"Quillon\\.Halcyra3\" - -")))
+      run.output,
+      std::regex("\\{0\\.0\\.0\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05\\} +render +active +"
+                 "\"USB\\\\VID_1B3F&PID_2008&MI_00\\\\7&1F2E3D4C&0&0000\" +markers: \"Quillon\\.Halcyra3\" - -")))
       << run.output;
   EXPECT_TRUE(std::regex_search(run.output, std::regex("\\{0\\.0\\.1\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-"
                                                        "1F8A5A0C7D02\\} +capture +active +\"ROOT\\\\QuillonHL3Vad")))
