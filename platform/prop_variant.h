@@ -58,7 +58,7 @@ struct PROPVARIANT {
   };
 };
 
-// Frees what `value` owns and leaves it VT_EMPTY. Returns S_OK, E_INVALIDARG for null, or
+// Frees what `value` owns and leaves it VT_EMPTY. Returns S_OK (also for null, as Windows does), or
 // DISP_E_BADVARTYPE for a type outside the supported ones, leaving the value as it was. Any thread.
 HRESULT PropVariantClear(PROPVARIANT* value);
 

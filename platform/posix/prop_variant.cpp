@@ -56,7 +56,7 @@ void SkipSpaces(const char16_t*& text) {
 }  // namespace
 
 HRESULT PropVariantClear(PROPVARIANT* value) {
-  if (value == nullptr) return E_INVALIDARG;
+  if (value == nullptr) return S_OK;
   switch (value->vt) {
     case VT_EMPTY:
     case VT_I4:
