@@ -12,14 +12,14 @@ std::atomic<RegistryState*> g_state{nullptr};
 std::mutex g_stateMutex;
 std::string g_bootIdOverride;
 
-struct RootSpec {
+struct PredefinedRoot {
   int hive;             // index into the hives, -1 for keys this registry does not have
   const char16_t* path;  // key within the hive that the predefined key stands for
 };
 
 // By the predefined key's number less 0x80000000. HKEY_CLASSES_ROOT and HKEY_CURRENT_CONFIG are
 // views into the machine hive, as on Windows; the performance keys do not exist here.
-constexpr RootSpec kRoots[] = {
+constexpr PredefinedRoot kRoots[] = {
     {0, u"Software\\Classes"},
     {1, u""},
     {0, u""},
@@ -70,18 +70,18 @@ LSTATUS RegistryState::Resolve(HKEY handle, std::shared_ptr<OpenKey>& key) {
   auto low = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(handle));
   if (low >= 0x80000000u && low < 0x80000000u + kRootCount) {
     std::size_t number = low - 0x80000000u;
-    const RootSpec& spec = kRoots[number];
-    if (spec.hive < 0) return ERROR_INVALID_HANDLE;
+    const PredefinedRoot& predefined = kRoots[number];
+    if (predefined.hive < 0) return ERROR_INVALID_HANDLE;
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_roots[number] == nullptr) {
       RegistryHive* hive = nullptr;
-      LSTATUS status = OpenHiveLocked(static_cast<HiveIndex>(spec.hive), hive);
+      LSTATUS status = OpenHiveLocked(static_cast<HiveIndex>(predefined.hive), hive);
       if (status != ERROR_SUCCESS) return status;
       auto root = std::make_shared<OpenKey>();
       root->hive = hive;
       root->access = KEY_ALL_ACCESS;
       root->predefined = true;
-      status = hive->OpenRoot(spec.path, root->key);
+      status = hive->OpenRoot(predefined.path, root->key);
       if (status != ERROR_SUCCESS) return status;
       m_roots[number] = std::move(root);
     }
