@@ -14,16 +14,16 @@ Function Resolve(Platform::HMODULE library, const char* name) {
 }  // namespace
 
 bool ModuleLibrary::Load(const std::u16string& path, std::string& error) {
-  m_library.reset(Platform::LoadLibraryW(path.c_str()));
-  if (!m_library) {
+  m_library = Platform::LoadLibraryW(path.c_str());
+  if (m_library == nullptr) {
     error = "cannot load the module library " + Platform::Utf16ToUtf8(path);
     return false;
   }
-  m_createModule = Resolve<CreateModuleFunction>(m_library.get(), "CreateModule");
-  m_releaseModule = Resolve<ReleaseModuleFunction>(m_library.get(), "ReleaseModule");
-  m_getModuleNames = Resolve<GetModuleNamesFunction>(m_library.get(), "GetModuleNames");
-  m_getClsid = Resolve<GetCLSIDFromModuleNameFunction>(m_library.get(), "GetCLSIDFromModuleName");
-  m_configureHost = Resolve<HalcyraConfigureHostFunction>(m_library.get(), "HalcyraConfigureHost");
+  m_createModule = Resolve<CreateModuleFunction>(m_library, "CreateModule");
+  m_releaseModule = Resolve<ReleaseModuleFunction>(m_library, "ReleaseModule");
+  m_getModuleNames = Resolve<GetModuleNamesFunction>(m_library, "GetModuleNames");
+  m_getClsid = Resolve<GetCLSIDFromModuleNameFunction>(m_library, "GetCLSIDFromModuleName");
+  m_configureHost = Resolve<HalcyraConfigureHostFunction>(m_library, "HalcyraConfigureHost");
   if (!m_createModule || !m_releaseModule || !m_getModuleNames || !m_getClsid) {
     error = Platform::Utf16ToUtf8(path) + " is not a daemon module library: an export is missing";
     return false;

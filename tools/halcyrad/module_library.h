@@ -1,10 +1,14 @@
 // A module library loaded by file name, with the four-export handshake of the daemon.
+//
+// The library stays loaded until the process ends, as a resident daemon keeps its plug-ins: on
+// Linux its copy of the platform layer runs background threads of its own (the registry's watcher
+// and checkpointer, the pool's workers), which must not outlive the code they run.
 #pragma once
 
 #include <string>
 
 #include "module_host/exports.h"
-#include "platform/unique_handle.h"
+#include "platform/types.h"
 
 class ModuleLibrary {
 public:
@@ -23,7 +27,7 @@ public:
   void Release(Daemon::IModule* module);
 
 private:
-  Platform::UniqueLibrary m_library;
+  Platform::HMODULE m_library = nullptr;
   CreateModuleFunction m_createModule = nullptr;
   ReleaseModuleFunction m_releaseModule = nullptr;
   GetModuleNamesFunction m_getModuleNames = nullptr;
