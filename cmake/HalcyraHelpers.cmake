@@ -1,13 +1,23 @@
 # Build helpers shared by every folder.
 #
 # Each source folder is one static library whose sources are the .cpp files of that folder; the
-# platform folder adds the implementation folder of the target system. Test folders become one
+# platform folder takes those of the implementation folder of the target system. Test folders become one
 # GoogleTest executable each, made of their *_test.cpp files.
 
-# halcyra_add_library(NAME FOLDER_SOURCES... [DEPS targets...])
+# halcyra_add_library(NAME [SOURCES files... | FOLDERS folders...] [DEPS targets...])
+# A static library of the given sources, or else of the .cpp files in the calling folder and in the
+# named sub-folders.
 function(halcyra_add_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;DEPS" ${ARGN})
-  add_library(${name} STATIC ${ARG_SOURCES})
+  cmake_parse_arguments(ARG "" "" "SOURCES;FOLDERS;DEPS" ${ARGN})
+  set(sources ${ARG_SOURCES})
+  if(NOT sources)
+    set(patterns ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    foreach(folder ${ARG_FOLDERS})
+      list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+    endforeach()
+    file(GLOB sources CONFIGURE_DEPENDS ${patterns})
+  endif()
+  add_library(${name} STATIC ${sources})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
   if(ARG_DEPS)
     target_link_libraries(${name} PUBLIC ${ARG_DEPS})
