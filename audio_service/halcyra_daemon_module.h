@@ -17,7 +17,7 @@ public:
   CHalcyraDaemonModule();
 
   // Runs the start sequence once per start; always returns ErrorNone.
-  ErrorCode OnStart() override;
+  [[nodiscard]] ErrorCode OnStart() override;
   void OnStop() override;
 
   RtkGen3AECHelper& RtkHelper() { return m_rtkHelper; }

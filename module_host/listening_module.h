@@ -16,7 +16,7 @@ public:
   using AModule::AModule;
 
   // Returns the Start request's code for event 5, and 0 for every other event.
-  ErrorCode HandleEvent(const ModuleEvent* event) override;
+  [[nodiscard]] ErrorCode HandleEvent(const ModuleEvent* event) override;
   IModuleEventListener* GetEventListener() override;
 };
 

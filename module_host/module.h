@@ -22,9 +22,9 @@ public:
   // 2 while started, else 1 while initialised, else 0.
   virtual std::int32_t GetState() = 0;
   // `caller` is the requesting object (module, manager or other extensible object), never null.
-  virtual ErrorCode Init(Common::IExtensible* caller) = 0;
+  [[nodiscard]] virtual ErrorCode Init(Common::IExtensible* caller) = 0;
   virtual void Uninit(Common::IExtensible* caller) = 0;
-  virtual ErrorCode Start(Common::IExtensible* caller) = 0;
+  [[nodiscard]] virtual ErrorCode Start(Common::IExtensible* caller) = 0;
   virtual void Stop(Common::IExtensible* caller) = 0;
   virtual std::int32_t Reserved() = 0;
 };
@@ -56,7 +56,7 @@ struct ModuleEvent {
 class IModuleEventListener {
 public:
   virtual ~IModuleEventListener() = default;
-  virtual ErrorCode HandleEvent(const ModuleEvent* event) = 0;
+  [[nodiscard]] virtual ErrorCode HandleEvent(const ModuleEvent* event) = 0;
 };
 
 // The operations a concrete module overrides; every default body returns 0 (or null).
@@ -66,7 +66,7 @@ public:
   virtual std::int32_t Reserved1() { return 0; }
   virtual std::int32_t Reserved2() { return 0; }
   // Runs at the first Start, after all dependencies are started.
-  virtual ErrorCode OnStart() { return ErrorNone; }
+  [[nodiscard]] virtual ErrorCode OnStart() { return ErrorNone; }
   // Runs at the last Stop, before the dependencies are stopped.
   virtual void OnStop() {}
   virtual std::int32_t Reserved3() { return 0; }

@@ -28,9 +28,9 @@ public:
   const char16_t* GetName() override;
   const char16_t* GetDisplayName() override;
   std::int32_t GetState() override;
-  ErrorCode Init(Common::IExtensible* caller) override;
+  [[nodiscard]] ErrorCode Init(Common::IExtensible* caller) override;
   void Uninit(Common::IExtensible* caller) override;
-  ErrorCode Start(Common::IExtensible* caller) override;
+  [[nodiscard]] ErrorCode Start(Common::IExtensible* caller) override;
   void Stop(Common::IExtensible* caller) override;
   std::int32_t Reserved() override;
 
