@@ -15,7 +15,13 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "foundation/format_conversion.h"
+
 namespace {
+
+using FormatConversion::Arguments;
+using FormatConversion::Length;
+using FormatConversion::ReadLength;
 
 constexpr char32_t kReplacementCharacter = 0xFFFD;
 
@@ -175,10 +181,6 @@ int NextChunk(const Source*& source, Char (&chunk)[4]) {
   }
 }
 
-// The length modifier of one conversion. `l` is 32 bits as in Windows' LLP64 model; with `c` and `s`,
-// `h` asks for the narrow and `l`/`w` for the wide form whatever the format's own width.
-enum class Length { None, Char, Short, Long32, Long64, Size, Wide, LongDouble };
-
 // One conversion specification as the format gives it; a precision of -1 means none was given.
 struct ConversionSpec {
   bool leftAlign = false;
@@ -189,11 +191,6 @@ struct ConversionSpec {
   std::int64_t width = 0;
   std::int64_t precision = -1;
   Length length = Length::None;
-};
-
-// va_list is an array type on some targets; wrapped in a struct it can be handed on by reference.
-struct Arguments {
-  va_list list;
 };
 
 // Text of one floating-point conversion, without its sign. `extraZeros` zeros belong at `zerosAt`:
@@ -371,9 +368,7 @@ class Formatter {
         spec.precision = ReadNumber(format);
       }
     }
-    if (!ReadLength(format, spec.length)) {
-      return false;
-    }
+    spec.length = ReadLength(format);
     const unsigned conversion = Unit(*format);
     if (conversion == 0) {
       return false;
@@ -413,58 +408,6 @@ class Formatter {
         return true;
       default:
         return false;
-    }
-  }
-
-  static bool ReadLength(const Char*& format, Length& length) {
-    switch (Unit(*format)) {
-      case 'h':
-        ++format;
-        length = Length::Short;
-        if (*format == 'h') {
-          ++format;
-          length = Length::Char;
-        }
-        return true;
-      case 'l':
-        ++format;
-        length = Length::Long32;
-        if (*format == 'l') {
-          ++format;
-          length = Length::Long64;
-        }
-        return true;
-      case 'I':
-        ++format;
-        if (format[0] == '6' && format[1] == '4') {
-          format += 2;
-          length = Length::Long64;
-        } else if (format[0] == '3' && format[1] == '2') {
-          format += 2;
-          length = Length::Long32;
-        } else {
-          length = Length::Size;
-        }
-        return true;
-      case 'j':
-        ++format;
-        length = Length::Long64;
-        return true;
-      case 'z':
-      case 't':
-        ++format;
-        length = Length::Size;
-        return true;
-      case 'w':
-        ++format;
-        length = Length::Wide;
-        return true;
-      case 'L':
-        ++format;
-        length = Length::LongDouble;
-        return true;
-      default:
-        return true;
     }
   }
 

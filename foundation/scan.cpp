@@ -15,10 +15,13 @@
 #include <limits>
 #include <system_error>
 
+#include "foundation/format_conversion.h"
+
 namespace {
 
-// The length modifier of one conversion; `l` is 32 bits as in Windows' LLP64 model.
-enum class Length { None, Char, Short, Long32, Long64, Size, Wide, LongDouble };
+using FormatConversion::Arguments;
+using FormatConversion::Length;
+using FormatConversion::ReadLength;
 
 // A double needs at most 767 significant decimal digits to round correctly; any further digits only
 // tell whether something non-zero follows, which one more digit 1 stands for.
@@ -104,11 +107,6 @@ int DigitValue(char16_t character) {
   return INT_MAX;
 }
 
-// va_list is an array type on some targets; wrapped in a struct it can be handed on by reference.
-struct Arguments {
-  va_list list;
-};
-
 // Why a scan ended before the end of its format: a malformed format and a mismatch end it alike;
 // running out of text before the first conversion is what makes the result -1.
 enum class Outcome { Continue, Mismatch, EndOfText };
@@ -162,58 +160,6 @@ class Scanner {
     return Outcome::Continue;
   }
 
-  static bool ReadLength(const char16_t*& format, Length& length) {
-    switch (*format) {
-      case 'h':
-        ++format;
-        length = Length::Short;
-        if (*format == 'h') {
-          ++format;
-          length = Length::Char;
-        }
-        return true;
-      case 'l':
-        ++format;
-        length = Length::Long32;
-        if (*format == 'l') {
-          ++format;
-          length = Length::Long64;
-        }
-        return true;
-      case 'I':
-        ++format;
-        if (format[0] == '6' && format[1] == '4') {
-          format += 2;
-          length = Length::Long64;
-        } else if (format[0] == '3' && format[1] == '2') {
-          format += 2;
-          length = Length::Long32;
-        } else {
-          length = Length::Size;
-        }
-        return true;
-      case 'j':
-        ++format;
-        length = Length::Long64;
-        return true;
-      case 'z':
-      case 't':
-        ++format;
-        length = Length::Size;
-        return true;
-      case 'w':
-        ++format;
-        length = Length::Wide;
-        return true;
-      case 'L':
-        ++format;
-        length = Length::LongDouble;
-        return true;
-      default:
-        return true;
-    }
-  }
-
   // Reads one conversion specification after its '%' and carries it out.
   Outcome Conversion(const char16_t*& format) {
     bool suppress = false;
@@ -229,10 +175,7 @@ class Scanner {
     if (width == 0) {
       width = SIZE_MAX;
     }
-    Length length = Length::None;
-    if (!ReadLength(format, length)) {
-      return Outcome::Mismatch;
-    }
+    const Length length = ReadLength(format);
     const char16_t conversion = *format;
     if (conversion == 0) {
       return Outcome::Mismatch;
