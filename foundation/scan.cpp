@@ -94,6 +94,16 @@ class DecimalDigits {
 // The white space of the "C" locale.
 bool IsSpace(char16_t character) { return character == ' ' || (character >= '\t' && character <= '\r'); }
 
+// Reads the sign a number or an exponent may open with and moves past it; the sign counts in the
+// field's `remaining` width, which has room for it. True for '-'.
+bool ReadSign(const char16_t*& cursor, std::size_t& remaining) {
+  if (*cursor != '+' && *cursor != '-') {
+    return false;
+  }
+  --remaining;
+  return *cursor++ == '-';
+}
+
 int DigitValue(char16_t character) {
   if (character >= '0' && character <= '9') {
     return character - '0';
@@ -262,12 +272,7 @@ class Scanner {
     }
     const char16_t* cursor = m_position;
     std::size_t remaining = width;
-    bool negative = false;
-    if (*cursor == '+' || *cursor == '-') {
-      negative = *cursor == '-';
-      ++cursor;
-      --remaining;
-    }
+    const bool negative = ReadSign(cursor, remaining);
     bool sawDigit = false;
     if ((base == 0 || base == 16) && remaining > 0 && *cursor == '0') {
       ++cursor;
@@ -314,12 +319,7 @@ class Scanner {
     }
     const char16_t* cursor = m_position;
     std::size_t remaining = width;
-    bool negative = false;
-    if (*cursor == '+' || *cursor == '-') {
-      negative = *cursor == '-';
-      ++cursor;
-      --remaining;
-    }
+    const bool negative = ReadSign(cursor, remaining);
     double special = 0;
     bool isSpecial = true;
     if (MatchesWord(cursor, remaining, "infinity")) {
@@ -363,12 +363,7 @@ class Scanner {
       if (remaining > 1 && (*cursor == 'e' || *cursor == 'E')) {
         const char16_t* exponentCursor = cursor + 1;
         std::size_t exponentRemaining = remaining - 1;
-        bool negativeExponent = false;
-        if (*exponentCursor == '+' || *exponentCursor == '-') {
-          negativeExponent = *exponentCursor == '-';
-          ++exponentCursor;
-          --exponentRemaining;
-        }
+        const bool negativeExponent = ReadSign(exponentCursor, exponentRemaining);
         if (exponentRemaining > 0 && IsDecimalDigit(*exponentCursor)) {
           std::int64_t exponent = 0;
           for (; exponentRemaining > 0 && IsDecimalDigit(*exponentCursor); ++exponentCursor, --exponentRemaining) {
