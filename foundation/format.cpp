@@ -16,6 +16,7 @@
 #include <type_traits>
 
 #include "foundation/format_conversion.h"
+#include "platform/utf.h"
 
 namespace {
 
@@ -82,7 +83,8 @@ class BoundedOutput {
 };
 
 // Reads one code point of NUL-terminated UTF-8 and moves past it. A byte that does not start a
-// well-formed sequence (overlong forms and surrogates included) gives U+FFFD and is passed alone.
+// well-formed sequence (overlong forms and surrogates included) gives U+FFFD and is passed alone;
+// this is stricter than Platform::Utf8ToUtf16, which lets overlong forms through.
 char32_t DecodeNext(const char*& text) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(text);
   const unsigned lead = bytes[0];
@@ -120,15 +122,10 @@ char32_t DecodeNext(const char*& text) {
 
 // Reads one code point of NUL-terminated UTF-16 and moves past it; a lone surrogate gives U+FFFD.
 char32_t DecodeNext(const char16_t*& text) {
-  const char32_t first = *text++;
-  if (first < 0xD800 || first > 0xDFFF) {
-    return first;
-  }
-  if (first <= 0xDBFF && *text >= 0xDC00 && *text <= 0xDFFF) {
-    const char32_t second = *text++;
-    return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
-  }
-  return kReplacementCharacter;
+  std::size_t read = 0;
+  const char32_t codePoint = Platform::DecodeUtf16(text, read);
+  text += read;
+  return codePoint;
 }
 
 int Encode(char32_t codePoint, char16_t* units) {
@@ -142,28 +139,7 @@ int Encode(char32_t codePoint, char16_t* units) {
   return 2;
 }
 
-int Encode(char32_t codePoint, char* units) {
-  if (codePoint < 0x80) {
-    units[0] = static_cast<char>(codePoint);
-    return 1;
-  }
-  if (codePoint < 0x800) {
-    units[0] = static_cast<char>(0xC0 | (codePoint >> 6));
-    units[1] = static_cast<char>(0x80 | (codePoint & 0x3F));
-    return 2;
-  }
-  if (codePoint < 0x10000) {
-    units[0] = static_cast<char>(0xE0 | (codePoint >> 12));
-    units[1] = static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F));
-    units[2] = static_cast<char>(0x80 | (codePoint & 0x3F));
-    return 3;
-  }
-  units[0] = static_cast<char>(0xF0 | (codePoint >> 18));
-  units[1] = static_cast<char>(0x80 | ((codePoint >> 12) & 0x3F));
-  units[2] = static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F));
-  units[3] = static_cast<char>(0x80 | (codePoint & 0x3F));
-  return 4;
-}
+int Encode(char32_t codePoint, char* units) { return Platform::EncodeUtf8(codePoint, units); }
 
 // Gives the output code units of the next character of a NUL-terminated string, or 0 at its end.
 // A string of the output's own width is copied unit by unit, as it stands; one of the other width is
