@@ -89,6 +89,14 @@ void ReportBadHive(const std::string& file, const char* reason) {
   OutputDebugStringA(line.c_str());
 }
 
+// The status of a SQLite failure while a hive is opened; a file that turns out not to be a hive is
+// reported with `detail` as the reason.
+LSTATUS OpeningFailed(const std::string& file, int result, const char* detail) {
+  LSTATUS status = SqliteErrorToStatus(result);
+  if (status == ERROR_BADDB) ReportBadHive(file, detail);
+  return status;
+}
+
 }  // namespace
 
 struct RegistryHive::Statements {
@@ -182,11 +190,7 @@ LSTATUS RegistryHive::Open(const std::string& folder, const std::string& name, c
     target = ":memory:";
   }
   int result = sqlite3_open_v2(target.c_str(), &opened->m_db, flags, nullptr);
-  if (result != SQLITE_OK) {
-    LSTATUS status = SqliteErrorToStatus(result);
-    if (status == ERROR_BADDB) ReportBadHive(opened->m_filePath, sqlite3_errstr(result));
-    return status;
-  }
+  if (result != SQLITE_OK) return OpeningFailed(opened->m_filePath, result, sqlite3_errstr(result));
   bool inMemory = target == ":memory:";
   opened->m_writable = folderWritable && sqlite3_db_readonly(opened->m_db, "main") == 0;
   if (!inMemory) {
@@ -210,11 +214,7 @@ LSTATUS RegistryHive::Open(const std::string& folder, const std::string& name, c
 
 LSTATUS RegistryHive::Initialise(const std::string& bootId) {
   sqlite3* db = m_db;
-  auto fail = [&](int result) {
-    LSTATUS status = SqliteErrorToStatus(result);
-    if (status == ERROR_BADDB) ReportBadHive(m_filePath, sqlite3_errmsg(db));
-    return status;
-  };
+  auto fail = [&](int result) { return OpeningFailed(m_filePath, result, sqlite3_errmsg(db)); };
   bool writable = sqlite3_db_readonly(db, "main") == 0;
   // Commits reach the operating system at once (a killed process loses nothing) and the disk at
   // checkpoints, which the checkpointer does in the background; the WAL file keeps its size
@@ -369,11 +369,7 @@ LSTATUS RegistryHive::PrepareStatements() {
   };
   for (const auto& [statement, sql] : all) {
     int result = statement->Prepare(m_db, sql);
-    if (result != SQLITE_OK) {
-      LSTATUS status = SqliteErrorToStatus(result);
-      if (status == ERROR_BADDB) ReportBadHive(m_filePath, sqlite3_errmsg(m_db));
-      return status;
-    }
+    if (result != SQLITE_OK) return OpeningFailed(m_filePath, result, sqlite3_errmsg(m_db));
   }
   return ERROR_SUCCESS;
 }
