@@ -129,6 +129,15 @@ public:
     return ERROR_SUCCESS;
   }
 
+  // Begins, and resolves the key at `relative` below `key` into `target` for writing, creating what
+  // is missing (not volatile) when `create`.
+  LSTATUS BeginAt(HiveKey& key, const KeyPath& relative, bool create, HiveKey& target) {
+    LSTATUS status = Begin();
+    if (status != ERROR_SUCCESS) return status;
+    bool created = false;
+    return m_hive.ResolveForWrite(*this, key, relative, create, CreateOptions{}, target, created);
+  }
+
   void Touch(Counter counter) { m_touched[static_cast<int>(counter)] = true; }
   void Logged() { m_logged = true; }
 
@@ -149,10 +158,35 @@ public:
     return ERROR_SUCCESS;
   }
 
+  // Commits a removal of keys or values, which both caches forget whatever the outcome.
+  LSTATUS CommitRemoval() {
+    Touch(Counter::Structure);
+    Touch(Counter::Values);
+    LSTATUS status = Commit();
+    m_hive.ForgetCaches();
+    return status;
+  }
+
   // The counter before and after the commit; a cache current before may follow it along.
   std::uint64_t Before(Counter counter) const { return m_before[static_cast<int>(counter)]; }
   std::uint64_t After(Counter counter) const { return m_after[static_cast<int>(counter)]; }
   bool Touched(Counter counter) const { return m_touched[static_cast<int>(counter)]; }
+
+  // After a commit that created keys: enters them in the hive's key cache, which then follows the
+  // commit, when the cache was current before it (true); otherwise the cache is emptied. False as
+  // well when no key was created.
+  bool CacheCreatedKeys() {
+    if (!Touched(Counter::Structure)) return false;
+    if (m_hive.m_keyCacheAt == Before(Counter::Structure) && HiveGenerations::IsStable(m_hive.m_keyCacheAt)) {
+      if (m_hive.m_keyCache.size() + createdKeys.size() > kMaxCachedKeys) m_hive.m_keyCache.clear();
+      for (auto& [path, cached] : createdKeys) m_hive.m_keyCache.insert_or_assign(std::move(path), cached);
+      m_hive.m_keyCacheAt = After(Counter::Structure);
+      return true;
+    }
+    m_hive.m_keyCache.clear();
+    m_hive.m_keyCacheAt = kNoGeneration;
+    return false;
+  }
 
   std::vector<std::pair<std::u16string, CachedKey>> createdKeys;
 
@@ -636,17 +670,7 @@ LSTATUS RegistryHive::CreateKey(HiveKey& base, const KeyPath& relative, const Cr
   if (status == ERROR_SUCCESS) status = transaction.Commit();
   if (status != ERROR_SUCCESS) return status;
   disposition = created ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
-  if (transaction.Touched(Counter::Structure)) {
-    if (m_keyCacheAt == transaction.Before(Counter::Structure) && HiveGenerations::IsStable(m_keyCacheAt)) {
-      if (m_keyCache.size() + transaction.createdKeys.size() > kMaxCachedKeys) m_keyCache.clear();
-      for (auto& [path, cached] : transaction.createdKeys) m_keyCache.insert_or_assign(std::move(path), cached);
-      m_keyCacheAt = transaction.After(Counter::Structure);
-      key.aliveAt = m_keyCacheAt;
-    } else {
-      m_keyCache.clear();
-      m_keyCacheAt = kNoGeneration;
-    }
-  }
+  if (transaction.CacheCreatedKeys()) key.aliveAt = m_keyCacheAt;
   return ERROR_SUCCESS;
 }
 
@@ -713,11 +737,8 @@ LSTATUS RegistryHive::SetValue(HiveKey& key, const KeyPath& relative, std::u16st
                                const BYTE* data, std::size_t size) {
   std::lock_guard<std::mutex> lock(m_mutex);
   Transaction transaction(*this);
-  LSTATUS status = transaction.Begin();
-  if (status != ERROR_SUCCESS) return status;
   HiveKey target;
-  bool created = false;
-  status = ResolveForWrite(transaction, key, relative, true, CreateOptions{}, target, created);
+  LSTATUS status = transaction.BeginAt(key, relative, true, target);
   if (status != ERROR_SUCCESS) return status;
   std::u16string folded = Folded(name);
   {
@@ -754,27 +775,15 @@ LSTATUS RegistryHive::SetValue(HiveKey& key, const KeyPath& relative, std::u16st
     m_valueCache.clear();
     m_valueCacheAt = kNoGeneration;
   }
-  if (transaction.Touched(Counter::Structure)) {
-    if (m_keyCacheAt == transaction.Before(Counter::Structure) && HiveGenerations::IsStable(m_keyCacheAt)) {
-      if (m_keyCache.size() + transaction.createdKeys.size() > kMaxCachedKeys) m_keyCache.clear();
-      for (auto& [path, cached] : transaction.createdKeys) m_keyCache.insert_or_assign(std::move(path), cached);
-      m_keyCacheAt = transaction.After(Counter::Structure);
-    } else {
-      m_keyCache.clear();
-      m_keyCacheAt = kNoGeneration;
-    }
-  }
+  transaction.CacheCreatedKeys();
   return ERROR_SUCCESS;
 }
 
 LSTATUS RegistryHive::DeleteValue(HiveKey& key, const KeyPath& relative, std::u16string_view name) {
   std::lock_guard<std::mutex> lock(m_mutex);
   Transaction transaction(*this);
-  LSTATUS status = transaction.Begin();
-  if (status != ERROR_SUCCESS) return status;
   HiveKey target;
-  bool created = false;
-  status = ResolveForWrite(transaction, key, relative, false, CreateOptions{}, target, created);
+  LSTATUS status = transaction.BeginAt(key, relative, false, target);
   if (status != ERROR_SUCCESS) return status;
   std::u16string folded = Folded(name);
   {
@@ -811,11 +820,8 @@ LSTATUS RegistryHive::DeleteValue(HiveKey& key, const KeyPath& relative, std::u1
 LSTATUS RegistryHive::DeleteTree(HiveKey& key, const KeyPath& relative) {
   std::lock_guard<std::mutex> lock(m_mutex);
   Transaction transaction(*this);
-  LSTATUS status = transaction.Begin();
-  if (status != ERROR_SUCCESS) return status;
   HiveKey target;
-  bool created = false;
-  status = ResolveForWrite(transaction, key, relative, false, CreateOptions{}, target, created);
+  LSTATUS status = transaction.BeginAt(key, relative, false, target);
   if (status != ERROR_SUCCESS) return status;
 
   auto run = [&](SqliteStatement& statement, auto&& bind) -> LSTATUS {
@@ -894,21 +900,14 @@ LSTATUS RegistryHive::DeleteTree(HiveKey& key, const KeyPath& relative) {
     if (status == ERROR_SUCCESS) status = RecordChange(transaction, ChangeKind::KeyDeleted, target.path);
   }
   if (status != ERROR_SUCCESS) return status;
-  transaction.Touch(Counter::Structure);
-  transaction.Touch(Counter::Values);
-  status = transaction.Commit();
-  ForgetCaches();
-  return status;
+  return transaction.CommitRemoval();
 }
 
 LSTATUS RegistryHive::DeleteKey(HiveKey& key, const KeyPath& relative) {
   std::lock_guard<std::mutex> lock(m_mutex);
   Transaction transaction(*this);
-  LSTATUS status = transaction.Begin();
-  if (status != ERROR_SUCCESS) return status;
   HiveKey target;
-  bool created = false;
-  status = ResolveForWrite(transaction, key, relative, false, CreateOptions{}, target, created);
+  LSTATUS status = transaction.BeginAt(key, relative, false, target);
   if (status != ERROR_SUCCESS) return status;
   if (target.path.empty()) return ERROR_ACCESS_DENIED;
   {
@@ -929,11 +928,7 @@ LSTATUS RegistryHive::DeleteKey(HiveKey& key, const KeyPath& relative) {
   }
   status = RecordChange(transaction, ChangeKind::KeyDeleted, target.path);
   if (status != ERROR_SUCCESS) return status;
-  transaction.Touch(Counter::Structure);
-  transaction.Touch(Counter::Values);
-  status = transaction.Commit();
-  ForgetCaches();
-  return status;
+  return transaction.CommitRemoval();
 }
 
 LSTATUS RegistryHive::LoadSubKeys(HiveKey& key, bool needLastWrite) {
