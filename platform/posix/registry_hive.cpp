@@ -687,6 +687,17 @@ struct ValueCacheKey {
   static std::u16string_view FoldedName(const std::u16string& key) { return std::u16string_view(key).substr(4); }
 };
 
+// Counts an entry of `size` bytes of data under `entryKey` in the `bytes` of a value cache; a cache
+// that would outgrow its bound is emptied first.
+template <class ValueCache>
+void ChargeValueCache(ValueCache& cache, std::size_t& bytes, const std::u16string& entryKey, std::size_t size) {
+  if (bytes + size > kMaxCachedValueBytes) {
+    cache.clear();
+    bytes = 0;
+  }
+  bytes += size + entryKey.size() * sizeof(char16_t);
+}
+
 }  // namespace
 
 LSTATUS RegistryHive::ReadValue(HiveKey& key, std::u16string_view name, ValueConsumer consumer, void* context) {
@@ -718,11 +729,7 @@ LSTATUS RegistryHive::ReadValue(HiveKey& key, std::u16string_view name, ValueCon
     }
   }
   if (cacheCurrent && m_generations->Load(Counter::Values) == values) {
-    if (m_valueCacheBytes + read.data.size() > kMaxCachedValueBytes) {
-      m_valueCache.clear();
-      m_valueCacheBytes = 0;
-    }
-    m_valueCacheBytes += read.data.size() + m_scratch.size() * sizeof(char16_t);
+    ChargeValueCache(m_valueCache, m_valueCacheBytes, m_scratch, read.data.size());
     auto [entry, inserted] = m_valueCache.emplace(m_scratch, std::move(read));
     if (!entry->second.exists) return ERROR_FILE_NOT_FOUND;
     consumer(context, entry->second.type, entry->second.data.data(), entry->second.data.size());
@@ -761,11 +768,7 @@ LSTATUS RegistryHive::SetValue(HiveKey& key, const KeyPath& relative, std::u16st
 
   if (m_valueCacheAt == transaction.Before(Counter::Values) && HiveGenerations::IsStable(m_valueCacheAt)) {
     ValueCacheKey::Build(m_scratch, target.id, name);
-    if (m_valueCacheBytes + size > kMaxCachedValueBytes) {
-      m_valueCache.clear();
-      m_valueCacheBytes = 0;
-    }
-    m_valueCacheBytes += size + m_scratch.size() * sizeof(char16_t);
+    ChargeValueCache(m_valueCache, m_valueCacheBytes, m_scratch, size);
     CachedValue& cached = m_valueCache[m_scratch];
     cached.exists = true;
     cached.type = type;
