@@ -49,10 +49,24 @@ std::u16string_view NameOf(LPCWSTR name) {
 
 LSTATUS Resolve(HKEY handle, std::shared_ptr<OpenKey>& key) { return RegistryState::Get().Resolve(handle, key); }
 
+// Resolves a handle that must carry `rights`; ERROR_ACCESS_DENIED when it does not.
+LSTATUS ResolveWithRights(HKEY handle, REGSAM rights, std::shared_ptr<OpenKey>& key) {
+  LSTATUS status = Resolve(handle, key);
+  if (status != ERROR_SUCCESS) return status;
+  return Allows(*key, rights) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
 // A sub-key path as a call gave it; HKEY_CLASSES_ROOT also takes a path that starts with '\'.
 LSTATUS ParseSubKey(const OpenKey& base, HKEY handle, LPCWSTR subKey, KeyPath& path) {
   if (base.predefined && handle == HKEY_CLASSES_ROOT && subKey != nullptr && subKey[0] == u'\\') ++subKey;
   return Posix::ParseKeyPath(subKey, path);
+}
+
+// Resolves a handle and the sub-key path a call gave with it.
+LSTATUS ResolveSubKey(HKEY handle, LPCWSTR subKey, std::shared_ptr<OpenKey>& key, KeyPath& path) {
+  LSTATUS status = Resolve(handle, key);
+  if (status != ERROR_SUCCESS) return status;
+  return ParseSubKey(*key, handle, subKey, path);
 }
 
 HKEY AddHandle(const std::shared_ptr<OpenKey>& base, HiveKey&& key, REGSAM access) {
@@ -213,9 +227,8 @@ LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, DWORD
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, DWORD* reserved, DWORD* type, BYTE* data, DWORD* dataSize) {
   if (reserved != nullptr || (data != nullptr && dataSize == nullptr)) return ERROR_INVALID_PARAMETER;
   std::shared_ptr<OpenKey> open;
-  LSTATUS status = Resolve(key, open);
+  LSTATUS status = ResolveWithRights(key, KEY_QUERY_VALUE, open);
   if (status != ERROR_SUCCESS) return status;
-  if (!Allows(*open, KEY_QUERY_VALUE)) return ERROR_ACCESS_DENIED;
   RawValue raw;
   status = ReadRaw(*open, open->key, valueName, raw);
   if (status != ERROR_SUCCESS) {
@@ -238,9 +251,8 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, DWORD* reserved, DWORD* ty
 
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, const BYTE* data, DWORD dataSize) {
   std::shared_ptr<OpenKey> open;
-  LSTATUS status = Resolve(key, open);
+  LSTATUS status = ResolveWithRights(key, KEY_SET_VALUE, open);
   if (status != ERROR_SUCCESS) return status;
-  if (!Allows(*open, KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
   std::u16string_view name = NameOf(valueName);
   if (name.size() > MAX_VALUE_NAME_LENGTH) return ERROR_INVALID_PARAMETER;
   if (data == nullptr && dataSize != 0) return ERROR_NOACCESS;
@@ -249,10 +261,8 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, 
 
 LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type, const void* data, DWORD dataSize) {
   std::shared_ptr<OpenKey> open;
-  LSTATUS status = Resolve(key, open);
-  if (status != ERROR_SUCCESS) return status;
   KeyPath path;
-  status = ParseSubKey(*open, key, subKey, path);
+  LSTATUS status = ResolveSubKey(key, subKey, open, path);
   if (status != ERROR_SUCCESS) return status;
   // The sub-key is opened afresh for writing; only a write to this very key needs this handle's right.
   if (path.components.empty() && !Allows(*open, KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
@@ -264,10 +274,8 @@ LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type,
 
 LSTATUS RegDeleteTreeW(HKEY key, LPCWSTR subKey) {
   std::shared_ptr<OpenKey> open;
-  LSTATUS status = Resolve(key, open);
-  if (status != ERROR_SUCCESS) return status;
   KeyPath path;
-  status = ParseSubKey(*open, key, subKey, path);
+  LSTATUS status = ResolveSubKey(key, subKey, open, path);
   if (status != ERROR_SUCCESS) return status;
   if (path.components.empty() && !Allows(*open, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS | KEY_SET_VALUE)) {
     return ERROR_ACCESS_DENIED;
@@ -277,10 +285,8 @@ LSTATUS RegDeleteTreeW(HKEY key, LPCWSTR subKey) {
 
 LSTATUS RegDeleteKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName) {
   std::shared_ptr<OpenKey> open;
-  LSTATUS status = Resolve(key, open);
-  if (status != ERROR_SUCCESS) return status;
   KeyPath path;
-  status = ParseSubKey(*open, key, subKey, path);
+  LSTATUS status = ResolveSubKey(key, subKey, open, path);
   if (status != ERROR_SUCCESS) return status;
   if (path.components.empty() && !Allows(*open, KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
   return open->hive->DeleteValue(open->key, path, NameOf(valueName));
@@ -300,9 +306,8 @@ LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subKey) {
 
 LSTATUS RegDeleteValueW(HKEY key, LPCWSTR valueName) {
   std::shared_ptr<OpenKey> open;
-  LSTATUS status = Resolve(key, open);
+  LSTATUS status = ResolveWithRights(key, KEY_SET_VALUE, open);
   if (status != ERROR_SUCCESS) return status;
-  if (!Allows(*open, KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
   return open->hive->DeleteValue(open->key, KeyPath{}, NameOf(valueName));
 }
 
@@ -312,9 +317,8 @@ LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, DWORD* nameLength, DWO
     return ERROR_INVALID_PARAMETER;
   }
   std::shared_ptr<OpenKey> open;
-  LSTATUS status = Resolve(key, open);
+  LSTATUS status = ResolveWithRights(key, KEY_ENUMERATE_SUB_KEYS, open);
   if (status != ERROR_SUCCESS) return status;
-  if (!Allows(*open, KEY_ENUMERATE_SUB_KEYS)) return ERROR_ACCESS_DENIED;
   struct Request {
     LPWSTR name;
     DWORD* nameLength;
@@ -355,9 +359,8 @@ LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR valueName, DWORD* valueNameL
     return ERROR_INVALID_PARAMETER;
   }
   std::shared_ptr<OpenKey> open;
-  LSTATUS status = Resolve(key, open);
+  LSTATUS status = ResolveWithRights(key, KEY_QUERY_VALUE, open);
   if (status != ERROR_SUCCESS) return status;
-  if (!Allows(*open, KEY_QUERY_VALUE)) return ERROR_ACCESS_DENIED;
   struct Request {
     LPWSTR name;
     DWORD* nameLength;
