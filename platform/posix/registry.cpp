@@ -99,6 +99,17 @@ LSTATUS ReadRaw(OpenKey& key, HiveKey& hiveKey, LPCWSTR name, RawValue& raw) {
   return key.hive->ReadValue(hiveKey, NameOf(name), CopyRaw, &raw);
 }
 
+// Sets a value of the key at `path` below `key` after the checks of the caller's name and data that
+// RegSetValueExW and RegSetKeyValueW share: ERROR_INVALID_PARAMETER for a name that is too long,
+// ERROR_NOACCESS for a size without data.
+LSTATUS SetNamedValue(OpenKey& key, const KeyPath& path, LPCWSTR valueName, DWORD type, const BYTE* data,
+                      DWORD dataSize) {
+  std::u16string_view name = NameOf(valueName);
+  if (name.size() > MAX_VALUE_NAME_LENGTH) return ERROR_INVALID_PARAMETER;
+  if (data == nullptr && dataSize != 0) return ERROR_NOACCESS;
+  return key.hive->SetValue(key.key, path, name, type, data, dataSize);
+}
+
 FILETIME ToFileTime(std::int64_t ticks) {
   auto value = static_cast<std::uint64_t>(ticks);
   return FILETIME{static_cast<DWORD>(value & 0xFFFFFFFFu), static_cast<DWORD>(value >> 32)};
@@ -253,10 +264,7 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, 
   std::shared_ptr<OpenKey> open;
   LSTATUS status = ResolveWithRights(key, KEY_SET_VALUE, open);
   if (status != ERROR_SUCCESS) return status;
-  std::u16string_view name = NameOf(valueName);
-  if (name.size() > MAX_VALUE_NAME_LENGTH) return ERROR_INVALID_PARAMETER;
-  if (data == nullptr && dataSize != 0) return ERROR_NOACCESS;
-  return open->hive->SetValue(open->key, KeyPath{}, name, type, data, dataSize);
+  return SetNamedValue(*open, KeyPath{}, valueName, type, data, dataSize);
 }
 
 LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type, const void* data, DWORD dataSize) {
@@ -266,10 +274,7 @@ LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type,
   if (status != ERROR_SUCCESS) return status;
   // The sub-key is opened afresh for writing; only a write to this very key needs this handle's right.
   if (path.components.empty() && !Allows(*open, KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
-  std::u16string_view name = NameOf(valueName);
-  if (name.size() > MAX_VALUE_NAME_LENGTH) return ERROR_INVALID_PARAMETER;
-  if (data == nullptr && dataSize != 0) return ERROR_NOACCESS;
-  return open->hive->SetValue(open->key, path, name, type, static_cast<const BYTE*>(data), dataSize);
+  return SetNamedValue(*open, path, valueName, type, static_cast<const BYTE*>(data), dataSize);
 }
 
 LSTATUS RegDeleteTreeW(HKEY key, LPCWSTR subKey) {
