@@ -110,6 +110,12 @@ LSTATUS SetNamedValue(OpenKey& key, const KeyPath& path, LPCWSTR valueName, DWOR
   return key.hive->SetValue(key.key, path, name, type, data, dataSize);
 }
 
+// Copies `text` with its terminator; the caller has checked that it fits.
+void CopyTerminated(const std::u16string& text, LPWSTR out) {
+  text.copy(out, text.size());
+  out[text.size()] = 0;
+}
+
 FILETIME ToFileTime(std::int64_t ticks) {
   auto value = static_cast<std::uint64_t>(ticks);
   return FILETIME{static_cast<DWORD>(value & 0xFFFFFFFFu), static_cast<DWORD>(value >> 32)};
@@ -338,12 +344,10 @@ LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, DWORD* nameLength, DWO
       r.status = ERROR_MORE_DATA;
       return;
     }
-    entry.name.copy(r.name, entry.name.size());
-    r.name[entry.name.size()] = 0;
+    CopyTerminated(entry.name, r.name);
     *r.nameLength = static_cast<DWORD>(entry.name.size());
     if (r.keyClass != nullptr) {
-      entry.keyClass.copy(r.keyClass, entry.keyClass.size());
-      r.keyClass[entry.keyClass.size()] = 0;
+      CopyTerminated(entry.keyClass, r.keyClass);
     }
     if (r.classLength != nullptr) *r.classLength = static_cast<DWORD>(entry.keyClass.size());
     if (r.lastWriteTime != nullptr) *r.lastWriteTime = ToFileTime(entry.lastWrite);
@@ -384,8 +388,7 @@ LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR valueName, DWORD* valueNameL
       r.status = ERROR_MORE_DATA;
       return;
     }
-    entry.name.copy(r.name, entry.name.size());
-    r.name[entry.name.size()] = 0;
+    CopyTerminated(entry.name, r.name);
     *r.nameLength = static_cast<DWORD>(entry.name.size());
     if (r.dataSize == nullptr) return;
     if (r.data != nullptr && size > *r.dataSize) {
@@ -415,8 +418,7 @@ LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, DWORD* classLength, DWORD* r
       *classLength = static_cast<DWORD>(summary.keyClass.size());
       return ERROR_MORE_DATA;
     }
-    summary.keyClass.copy(keyClass, summary.keyClass.size());
-    keyClass[summary.keyClass.size()] = 0;
+    CopyTerminated(summary.keyClass, keyClass);
   }
   if (classLength != nullptr) *classLength = static_cast<DWORD>(summary.keyClass.size());
   if (subKeys != nullptr) *subKeys = summary.subKeys;
