@@ -394,6 +394,32 @@ bool CheckDefaultQueue(HANDLE timerQueue) {
   return false;
 }
 
+// Makes a wait or a timer by `make`, enters it in the handle table and hands it to the pool by
+// `start`. The handle is in the table before the dispatcher can fire the object, so that a callback
+// may already close it; an object the pool does not take leaves the table again. FALSE with
+// ERROR_NOT_ENOUGH_MEMORY when memory or a thread cannot be had.
+template <class Make, class Start>
+BOOL StartPoolObject(HANDLE* newHandle, Posix::KernelObjectKind kind, Make make, Start start) {
+  try {
+    auto object = make();
+    *newHandle = Posix::InsertHandle(object);
+    try {
+      start(object);
+    } catch (...) {
+      Posix::RemoveHandle(*newHandle, kind);
+      *newHandle = nullptr;
+      throw;
+    }
+  } catch (const std::bad_alloc&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+  } catch (const std::system_error&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return FALSE;
+  }
+  return TRUE;
+}
+
 }  // namespace
 
 BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback,
@@ -408,25 +434,10 @@ BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIM
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
-  try {
-    auto wait = std::make_shared<RegisteredWait>(std::move(target), callback, context, milliseconds, flags);
-    // Entered in the table before the dispatcher can fire it, so that a callback may unregister it.
-    *newWaitObject = Posix::InsertHandle(wait);
-    try {
-      ThreadPool::Instance().AddWait(wait);
-    } catch (...) {
-      Posix::RemoveHandle(*newWaitObject, Posix::KernelObjectKind::RegisteredWait);
-      *newWaitObject = nullptr;
-      throw;
-    }
-  } catch (const std::bad_alloc&) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return FALSE;
-  } catch (const std::system_error&) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return FALSE;
-  }
-  return TRUE;
+  return StartPoolObject(
+      newWaitObject, Posix::KernelObjectKind::RegisteredWait,
+      [&] { return std::make_shared<RegisteredWait>(std::move(target), callback, context, milliseconds, flags); },
+      [](const std::shared_ptr<RegisteredWait>& wait) { ThreadPool::Instance().AddWait(wait); });
 }
 
 BOOL UnregisterWaitEx(HANDLE waitHandle, HANDLE completionEvent) {
@@ -458,24 +469,10 @@ BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLB
     return FALSE;
   }
   if (!CheckDefaultQueue(timerQueue)) return FALSE;
-  try {
-    auto timer = std::make_shared<QueueTimer>(callback, context, period);
-    *newTimer = Posix::InsertHandle(timer);
-    try {
-      ThreadPool::Instance().AddTimer(timer, dueTime);
-    } catch (...) {
-      Posix::RemoveHandle(*newTimer, Posix::KernelObjectKind::TimerQueueTimer);
-      *newTimer = nullptr;
-      throw;
-    }
-  } catch (const std::bad_alloc&) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return FALSE;
-  } catch (const std::system_error&) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return FALSE;
-  }
-  return TRUE;
+  return StartPoolObject(
+      newTimer, Posix::KernelObjectKind::TimerQueueTimer,
+      [&] { return std::make_shared<QueueTimer>(callback, context, period); },
+      [&](const std::shared_ptr<QueueTimer>& timer) { ThreadPool::Instance().AddTimer(timer, dueTime); });
 }
 
 BOOL ChangeTimerQueueTimer(HANDLE timerQueue, HANDLE timer, ULONG dueTime, ULONG period) {
