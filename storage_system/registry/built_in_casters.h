@@ -18,6 +18,26 @@ struct LongDouble64 {
   double value;
 };
 
+// The part that the casters of every stored category share: the client's data has the declared
+// type's width, so ReadRealloc reads the value through Read into a local copy and hands it out in a
+// block that BufferRealloc brings to that width. `Declared` is a C++ type of the declared type's width.
+template <class Stored, class Declared, class Base>
+class ABuiltInCasterValueBase : public ACasterValueBase<Stored, Base> {
+public:
+  [[nodiscard]] ErrorCode ReadRealloc(void** buffer, std::uint32_t* capacity, std::uint32_t* size) override {
+    unsigned char local[sizeof(Declared)] = {};
+    if (ErrorCode code = this->Read(local, sizeof local); code != ErrorNone) return code;
+    if (ErrorCode code = this->BufferRealloc(buffer, capacity, sizeof local); code != ErrorNone) return code;
+    std::memcpy(*buffer, local, sizeof local);
+    if (size != nullptr) *size = sizeof local;
+    return ErrorNone;
+  }
+
+protected:
+  ABuiltInCasterValueBase(IStore* store, const ITypeDescription* declaredType)
+      : ACasterValueBase<Stored, Base>(store, declaredType) {}
+};
+
 // The casters of one stored category. `Stored` is std::uint32_t or std::uint64_t: the declared
 // type's bytes go to the low end of a cleared native word and come back by truncation, with no
 // sign extension and no check ("short" -1 is stored as 0x0000FFFF; a stored 70000 reads as 4464).
@@ -25,25 +45,16 @@ struct LongDouble64 {
 template <class Stored>
 struct BuiltInCasterCategory {
   template <class Declared, class Base>
-  class CBuiltInCasterValue : public ACasterValueBase<Stored, Base> {
+  class CBuiltInCasterValue : public ABuiltInCasterValueBase<Stored, Declared, Base> {
   public:
     CBuiltInCasterValue(IStore* store, const ITypeDescription* declaredType)
-        : ACasterValueBase<Stored, Base>(store, declaredType) {}
+        : ABuiltInCasterValueBase<Stored, Declared, Base>(store, declaredType) {}
 
     // `capacity` is not looked at: the destination takes the declared type's width.
     [[nodiscard]] ErrorCode Read(void* destination, std::uint32_t capacity) override {
       Stored local = 0;
       if (ErrorCode code = Base::Read(&local, sizeof local); code != ErrorNone) return code;
       std::memcpy(destination, &local, sizeof(Declared));
-      return ErrorNone;
-    }
-
-    [[nodiscard]] ErrorCode ReadRealloc(void** buffer, std::uint32_t* capacity, std::uint32_t* size) override {
-      unsigned char local[sizeof(Declared)];
-      if (ErrorCode code = Read(local, sizeof local); code != ErrorNone) return code;
-      if (ErrorCode code = this->BufferRealloc(buffer, capacity, sizeof local); code != ErrorNone) return code;
-      std::memcpy(*buffer, local, sizeof local);
-      if (size != nullptr) *size = sizeof local;
       return ErrorNone;
     }
 
@@ -105,10 +116,10 @@ int ScanFloatingPoint(const char16_t* text, LongDouble64& value);
 template <>
 struct BuiltInCasterCategory<char16_t*> {
   template <class Declared, class Base>
-  class CBuiltInCasterValue : public ACasterValueBase<char16_t*, Base> {
+  class CBuiltInCasterValue : public ABuiltInCasterValueBase<char16_t*, Declared, Base> {
   public:
     CBuiltInCasterValue(IStore* store, const ITypeDescription* declaredType)
-        : ACasterValueBase<char16_t*, Base>(store, declaredType) {}
+        : ABuiltInCasterValueBase<char16_t*, Declared, Base>(store, declaredType) {}
 
     // ErrorCannotRead when the scanner assigns nothing; the destination is as it left it.
     [[nodiscard]] ErrorCode Read(void* destination, std::uint32_t capacity) override {
@@ -122,15 +133,6 @@ struct BuiltInCasterCategory<char16_t*> {
       std::memcpy(destination, &value, sizeof value);
       this->m_allocator->Free(text);
       if (fields == 0) return RaiseError(TextCasterTraits<Declared>::kRead, ErrorCannotRead, nullptr);
-      return ErrorNone;
-    }
-
-    [[nodiscard]] ErrorCode ReadRealloc(void** buffer, std::uint32_t* capacity, std::uint32_t* size) override {
-      unsigned char local[sizeof(Declared)] = {};
-      if (ErrorCode code = Read(local, sizeof local); code != ErrorNone) return code;
-      if (ErrorCode code = this->BufferRealloc(buffer, capacity, sizeof local); code != ErrorNone) return code;
-      std::memcpy(*buffer, local, sizeof local);
-      if (size != nullptr) *size = sizeof local;
       return ErrorNone;
     }
 
