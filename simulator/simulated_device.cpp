@@ -15,10 +15,29 @@ using namespace Platform;
 
 namespace {
 
-class SimulatedPropertyStore final : public ComObject<SimulatedPropertyStore, IPropertyStore> {
+// What a device and its property stores share: the simulated system, the endpoint they stand for,
+// and the record of each call made on them.
+class EndpointObject {
+protected:
+  EndpointObject(std::shared_ptr<AudioSystemState> state, Endpoint endpoint)
+      : m_state(std::move(state)), m_endpoint(std::move(endpoint)) {}
+
+  // Records the call, the endpoint's id before its arguments, and gives what the test injected for
+  // it, else S_OK.
+  HRESULT Enter(const char* operation, const std::string& arguments) {
+    const std::string id = Narrow(m_endpoint.id);
+    m_state->Calls().Record(operation, arguments.empty() ? id : id + ", " + arguments);
+    return m_state->Calls().InjectedResult(operation, id);
+  }
+
+  std::shared_ptr<AudioSystemState> m_state;
+  Endpoint m_endpoint;
+};
+
+class SimulatedPropertyStore final : public ComObject<SimulatedPropertyStore, IPropertyStore>, private EndpointObject {
 public:
   SimulatedPropertyStore(std::shared_ptr<AudioSystemState> state, Endpoint endpoint, bool fxStore, bool writable)
-      : m_state(std::move(state)), m_endpoint(std::move(endpoint)), m_fxStore(fxStore), m_writable(writable) {}
+      : EndpointObject(std::move(state), std::move(endpoint)), m_fxStore(fxStore), m_writable(writable) {}
 
   HRESULT GetCount(DWORD* count) override {
     if (HRESULT injected = Enter("IPropertyStore::GetCount", ""); injected != S_OK) return injected;
@@ -54,23 +73,14 @@ public:
   HRESULT Commit() override { return Enter("IPropertyStore::Commit", ""); }
 
 private:
-  // Records the call and gives what the test injected for it, else S_OK.
-  HRESULT Enter(const char* operation, const std::string& arguments) {
-    const std::string id = Narrow(m_endpoint.id);
-    m_state->Calls().Record(operation, arguments.empty() ? id : id + ", " + arguments);
-    return m_state->Calls().InjectedResult(operation, id);
-  }
-
-  std::shared_ptr<AudioSystemState> m_state;
-  Endpoint m_endpoint;
   bool m_fxStore;
   bool m_writable;
 };
 
-class SimulatedDevice final : public ComObject<SimulatedDevice, IMMDevice> {
+class SimulatedDevice final : public ComObject<SimulatedDevice, IMMDevice>, private EndpointObject {
 public:
   SimulatedDevice(std::shared_ptr<AudioSystemState> state, Endpoint endpoint)
-      : m_state(std::move(state)), m_endpoint(std::move(endpoint)) {}
+      : EndpointObject(std::move(state), std::move(endpoint)) {}
 
   HRESULT Activate(REFIID iid, DWORD context, PROPVARIANT*, void** object) override {
     if (HRESULT injected = Enter("IMMDevice::Activate", GuidString(iid) + ", " + Hex(context)); injected != S_OK) {
@@ -109,16 +119,6 @@ public:
     *state = m_state->Endpoints().Find(m_endpoint.id.c_str(), now) ? now.state : DEVICE_STATE_NOTPRESENT;
     return S_OK;
   }
-
-private:
-  HRESULT Enter(const char* operation, const std::string& arguments) {
-    const std::string id = Narrow(m_endpoint.id);
-    m_state->Calls().Record(operation, arguments.empty() ? id : id + ", " + arguments);
-    return m_state->Calls().InjectedResult(operation, id);
-  }
-
-  std::shared_ptr<AudioSystemState> m_state;
-  Endpoint m_endpoint;
 };
 
 }  // namespace
