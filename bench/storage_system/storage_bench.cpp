@@ -63,15 +63,23 @@ Platform::UniqueKey OpenBareKey() {
   return key;
 }
 
-void ReadDwordThroughRegistryValue(benchmark::State& state) {
-  IStorageSystem* storage = OpenBenchStorage();
-  IRegistryValue* value = nullptr;
+// Opens the storage system and its DWORD value "Number" (1234 when it is new) for the read
+// benchmarks; false, with the benchmark skipped, when either does not open.
+bool OpenNumber(benchmark::State& state, IStorageSystem*& storage, IRegistryValue*& value) {
+  storage = OpenBenchStorage();
   const std::uint32_t initial = 1234;
   if (storage == nullptr ||
       storage->OpenValue(u"Number", &value, SF_READ | SF_CREATE, TypeOfUnsignedInt(), &initial, 4) != ErrorNone) {
     state.SkipWithError("the value did not open");
-    return;
+    return false;
   }
+  return true;
+}
+
+void ReadDwordThroughRegistryValue(benchmark::State& state) {
+  IStorageSystem* storage = nullptr;
+  IRegistryValue* value = nullptr;
+  if (!OpenNumber(state, storage, value)) return;
   for (auto _ : state) {
     std::uint32_t read = 0;
     ErrorCode code = value->Read(&read, sizeof read);
@@ -84,14 +92,9 @@ void ReadDwordThroughRegistryValue(benchmark::State& state) {
 BENCHMARK(ReadDwordThroughRegistryValue);
 
 void ReadDwordBareRegGetValueW(benchmark::State& state) {
-  IStorageSystem* storage = OpenBenchStorage();
+  IStorageSystem* storage = nullptr;
   IRegistryValue* value = nullptr;
-  const std::uint32_t initial = 1234;
-  if (storage == nullptr ||
-      storage->OpenValue(u"Number", &value, SF_READ | SF_CREATE, TypeOfUnsignedInt(), &initial, 4) != ErrorNone) {
-    state.SkipWithError("the value did not open");
-    return;
-  }
+  if (!OpenNumber(state, storage, value)) return;
   Platform::UniqueKey key = OpenBareKey();
   for (auto _ : state) {
     Platform::DWORD read = 0;
