@@ -33,8 +33,8 @@ BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIM
 // returns at once, FALSE with ERROR_IO_PENDING while a callback is still running (the wait is ended
 // all the same). INVALID_HANDLE_VALUE: waits until running callbacks have returned; a callback of
 // this same wait cannot wait for itself, so there the call waits for the others only and returns
-// FALSE with ERROR_IO_PENDING. An event: returns TRUE and signals the event once running callbacks
-// have returned (at once if none runs). ERROR_INVALID_HANDLE for a wait handle that is not open.
+// FALSE with ERROR_IO_PENDING. An event: signalled once running callbacks have returned; the call
+// returns TRUE when none runs (the event is then signalled at once), else FALSE with ERROR_IO_PENDING. ERROR_INVALID_HANDLE for a wait handle that is not open.
 BOOL UnregisterWaitEx(HANDLE waitHandle, HANDLE completionEvent);
 
 // Runs `function` once on a pool thread. The WT_ flags (WT_EXECUTEINPERSISTENTTHREAD among them)

@@ -171,7 +171,8 @@ public:
   // Ends a wait or timer whose handle the caller has just taken out of the handle table. Drops its
   // callbacks that have not started; then, by `completionEvent`: null returns at once, false with
   // ERROR_IO_PENDING while a callback runs; INVALID_HANDLE_VALUE waits until running callbacks
-  // have returned; an event is signalled when they have. Returns the result of the Win32 call.
+  // have returned; an event is signalled when they have, and while one runs the call answers
+  // false with ERROR_IO_PENDING, as Windows does. Returns the result of the Win32 call.
   BOOL Close(const std::shared_ptr<PoolObject>& object, HANDLE completionEvent,
              std::shared_ptr<Posix::Event> completion) {
     std::unique_lock lock(m_mutex);
@@ -198,7 +199,8 @@ public:
     }
     if (object->m_running != 0) {
       object->m_completions.push_back(std::move(completion));
-      return TRUE;
+      SetLastError(ERROR_IO_PENDING);
+      return FALSE;
     }
     lock.unlock();
     completion->Set();

@@ -356,10 +356,7 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithInvalidHandleValueWaitsForTheRunningC
   EXPECT_EQ(probe.inside.load(), 0);
 }
 
-TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventSignalsItWhenTheRunningCallbackEnds) {
-  if (Testing::kRunningOnWindows) {
-    GTEST_SKIP() << "Windows answers FALSE with ERROR_IO_PENDING here, where the Linux replacement answers TRUE";
-  }
+TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventReportsPendingAndSignalsItWhenTheRunningCallbackEnds) {
   Probe probe;
   probe.block = true;
   UniqueKernelHandle event = MakeEvent(false);
@@ -369,7 +366,8 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventSignalsItWhenTheRunningCallbac
   ASSERT_TRUE(SetEvent(event.get()));
   AwaitSignal(probe.entered.get());
 
-  EXPECT_TRUE(UnregisterWaitEx(wait, completion.get()));
+  EXPECT_FALSE(UnregisterWaitEx(wait, completion.get()));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_PENDING));
   ExpectNoSignal(completion.get());
   SetEvent(probe.release.get());
   AwaitSignal(completion.get());
@@ -618,17 +616,15 @@ TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithInvalidHandleValueWaitsForTheRun
   ExpectNoSignal(probe.entered.get());
 }
 
-TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithAnEventSignalsItWhenTheRunningCallbackEnds) {
-  if (Testing::kRunningOnWindows) {
-    GTEST_SKIP() << "Windows answers FALSE with ERROR_IO_PENDING here, where the Linux replacement answers TRUE";
-  }
+TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithAnEventReportsPendingAndSignalsItWhenTheRunningCallbackEnds) {
   Probe probe;
   probe.block = true;
   UniqueKernelHandle completion = MakeEvent(true);
   HANDLE timer = nullptr;
   ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 0, 0, 0));
   AwaitSignal(probe.entered.get());
-  EXPECT_TRUE(DeleteTimerQueueTimer(nullptr, timer, completion.get()));
+  EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer, completion.get()));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_PENDING));
   ExpectNoSignal(completion.get());
   SetEvent(probe.release.get());
   AwaitSignal(completion.get());
