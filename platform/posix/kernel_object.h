@@ -16,6 +16,8 @@ enum class KernelObjectKind {
   Event,
   RegisteredWait,
   TimerQueueTimer,
+  Pipe,
+  Process,
 };
 
 class WaitableObject;

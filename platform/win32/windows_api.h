@@ -20,6 +20,7 @@
 #include "platform/environment.h"
 #include "platform/heap.h"
 #include "platform/module.h"
+#include "platform/process.h"
 #include "platform/registry.h"
 #include "platform/security.h"
 #include "platform/synchronization.h"
@@ -70,6 +71,10 @@ inline ::DWORD* ToNative(Platform::DWORD* value) { return reinterpret_cast<::DWO
 inline ::ULONG* ToNativeUlong(Platform::ULONG* value) { return reinterpret_cast<::ULONG*>(value); }
 inline ::LPSECURITY_ATTRIBUTES ToNative(const Platform::SECURITY_ATTRIBUTES* attributes) {
   return reinterpret_cast<::LPSECURITY_ATTRIBUTES>(const_cast<Platform::SECURITY_ATTRIBUTES*>(attributes));
+}
+inline ::LPSTARTUPINFOW ToNative(Platform::STARTUPINFOW* info) { return reinterpret_cast<::LPSTARTUPINFOW>(info); }
+inline ::LPPROCESS_INFORMATION ToNative(Platform::PROCESS_INFORMATION* info) {
+  return reinterpret_cast<::LPPROCESS_INFORMATION>(info);
 }
 inline ::PFILETIME ToNative(Platform::FILETIME* time) { return reinterpret_cast<::PFILETIME>(time); }
 inline ::LPOSVERSIONINFOEXW ToNative(Platform::OSVERSIONINFOEXW* info) {
@@ -139,6 +144,12 @@ static_assert(offsetof(Platform::SECURITY_ATTRIBUTES, bInheritHandle) ==
               offsetof(::SECURITY_ATTRIBUTES, bInheritHandle));
 
 static_assert(kSameRepresentation<Platform::FILETIME, ::FILETIME>);
+static_assert(kSameRepresentation<Platform::STARTUPINFOW, ::STARTUPINFOW>);
+static_assert(offsetof(Platform::STARTUPINFOW, dwFlags) == offsetof(::STARTUPINFOW, dwFlags));
+static_assert(offsetof(Platform::STARTUPINFOW, hStdInput) == offsetof(::STARTUPINFOW, hStdInput));
+static_assert(offsetof(Platform::STARTUPINFOW, hStdError) == offsetof(::STARTUPINFOW, hStdError));
+static_assert(kSameRepresentation<Platform::PROCESS_INFORMATION, ::PROCESS_INFORMATION>);
+static_assert(offsetof(Platform::PROCESS_INFORMATION, dwProcessId) == offsetof(::PROCESS_INFORMATION, dwProcessId));
 static_assert(offsetof(Platform::FILETIME, dwLowDateTime) == offsetof(::FILETIME, dwLowDateTime));
 static_assert(offsetof(Platform::FILETIME, dwHighDateTime) == offsetof(::FILETIME, dwHighDateTime));
 
