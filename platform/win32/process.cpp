@@ -9,7 +9,9 @@ BOOL CreatePipe(HANDLE* readPipe, HANDLE* writePipe, const SECURITY_ATTRIBUTES* 
   return ::CreatePipe(readPipe, writePipe, Win32::ToNative(attributes), size);
 }
 
-BOOL SetHandleInformation(HANDLE handle, DWORD mask, DWORD flags) { return ::SetHandleInformation(handle, mask, flags); }
+BOOL SetHandleInformation(HANDLE handle, DWORD mask, DWORD flags) {
+  return ::SetHandleInformation(handle, mask, flags);
+}
 
 BOOL ReadFile(HANDLE file, void* buffer, DWORD bytesToRead, DWORD* bytesRead, void* overlapped) {
   return ::ReadFile(file, buffer, bytesToRead, Win32::ToNative(bytesRead), static_cast<::LPOVERLAPPED>(overlapped));
@@ -19,9 +21,9 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine, const SECURITY_
                     const SECURITY_ATTRIBUTES* threadAttributes, BOOL inheritHandles, DWORD creationFlags,
                     void* environment, LPCWSTR currentDirectory, STARTUPINFOW* startupInfo,
                     PROCESS_INFORMATION* processInformation) {
-  return ::CreateProcessW(Win32::ToWide(applicationName), Win32::ToWide(commandLine), Win32::ToNative(processAttributes),
-                          Win32::ToNative(threadAttributes), inheritHandles, creationFlags, environment,
-                          Win32::ToWide(currentDirectory), Win32::ToNative(startupInfo),
+  return ::CreateProcessW(Win32::ToWide(applicationName), Win32::ToWide(commandLine),
+                          Win32::ToNative(processAttributes), Win32::ToNative(threadAttributes), inheritHandles,
+                          creationFlags, environment, Win32::ToWide(currentDirectory), Win32::ToNative(startupInfo),
                           Win32::ToNative(processInformation));
 }
 

@@ -1,10 +1,11 @@
 // The registry shared by separate processes: halcyra-reg and a child program of the tests run as
-// processes of their own against the sandbox's registry (they inherit its HALCYRA_REGISTRY_ROOT).
-// Spawning is only done on Linux; on Windows these tests skip.
+// processes of their own against the sandbox's registry (on Linux they inherit its
+// HALCYRA_REGISTRY_ROOT; on Windows the machine's registry is shared anyway).
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <random>
@@ -16,6 +17,7 @@
 #include "platform/unique_handle.h"
 #include "tests/platform/registry/child_process.h"
 #include "tests/platform/registry/registry_sandbox.h"
+#include "tests/support/platform_kind.h"
 
 using namespace Platform;
 using Testing::ChildProcess;
@@ -27,7 +29,6 @@ constexpr int kLineWait = 10000;
 class RegistryCrossProcessTest : public ::testing::Test {
 protected:
   void SetUp() override {
-    if (!ChildProcess::Supported()) GTEST_SKIP() << "the tests spawn processes on Linux only";
     ASSERT_TRUE(m_sandbox.Ready());
   }
 
@@ -51,21 +52,28 @@ protected:
 
 TEST_F(RegistryCrossProcessTest, WatchToolPrintsAChangeMadeByTheAddTool) {
   UniqueKey probe;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CURRENT_USER, u"Software\\Probe", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Probe", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                                            probe.put(), nullptr));
+  const std::string probeName = "HKEY_CURRENT_USER\\" + Testing::Narrow(m_sandbox.RootPath()) + "\\Probe";
   ChildProcess watcher;
-  ASSERT_TRUE(watcher.Start(HALCYRA_REG_TOOL, {"watch", "HKCU\\Software\\Probe", "/s"}));
-  ASSERT_TRUE(WaitForLine(watcher, "Watching HKEY_CURRENT_USER\\Software\\Probe"));
+  ASSERT_TRUE(watcher.Start(HALCYRA_REG_TOOL, {"watch", m_sandbox.RootCommandPath() + "\\Probe", "/s"}));
+  ASSERT_TRUE(WaitForLine(watcher, "Watching " + probeName));
 
+  const std::string addedKey = m_sandbox.RootCommandPath() + "\\Probe\\A";
   ChildProcess::Result added =
-      ChildProcess::Run(HALCYRA_REG_TOOL, {"add", "HKCU\\Software\\Probe\\A", "/v", "x", "/t", "REG_DWORD", "/d", "5", "/f"});
+      ChildProcess::Run(HALCYRA_REG_TOOL, {"add", addedKey, "/v", "x", "/t", "REG_DWORD", "/d", "5", "/f"});
   EXPECT_EQ(0, added.exitCode);
   EXPECT_EQ("The operation completed successfully.\n", added.output);
 
   std::string line;
   ASSERT_TRUE(WaitForLine(watcher, "x    REG_DWORD", &line));
-  EXPECT_EQ("HKEY_CURRENT_USER\\Software\\Probe\\A    x    REG_DWORD    0x5", line);
-  watcher.Interrupt();
+  EXPECT_EQ(probeName + "\\A    x    REG_DWORD    0x5", line);
+  // Ctrl+C reaches a child on Windows only through the console it shares with this process.
+  if (Testing::kRunningOnWindows) {
+    watcher.Kill();
+  } else {
+    watcher.Interrupt();
+  }
   EXPECT_NE(-1, watcher.Finish(kLineWait).exitCode);
 }
 
@@ -107,7 +115,8 @@ TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites
     }
     writer.Kill();
     ChildProcess::Result result = writer.Finish(kLineWait);
-    ASSERT_EQ(128 + 9, result.exitCode) << "the writer ended before it was killed: " << result.output;
+    ASSERT_EQ(ChildProcess::kKilledExitCode, result.exitCode)
+        << "the writer ended before it was killed: " << result.output;
 
     // A fresh start of the registry in this process opens the hive as any next process would.
     Testing::RegistrySandbox::ReopenRegistry();
@@ -230,7 +239,19 @@ TEST_F(RegistryCrossProcessTest, ExportAndImportRoundTripThroughAFile) {
   ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.get(), nullptr, 0, 0x100, binary.data(), static_cast<DWORD>(binary.size())));
 
   const std::string key = m_sandbox.RootCommandPath() + "\\Source";
-  const std::string file = m_sandbox.Folder() + "/export.reg";
+  // A file of this test's own in the temporary folder (the sandbox has a folder on Linux only),
+  // named after the sandbox's random key and removed at the end.
+  const std::u16string& rootPath = m_sandbox.RootPath();
+  const std::filesystem::path exportPath =
+      std::filesystem::temp_directory_path() / (Testing::Narrow(rootPath.substr(rootPath.rfind(u'\\') + 1)) + ".reg");
+  struct RemoveAtEnd {
+    std::filesystem::path path;
+    ~RemoveAtEnd() {
+      std::error_code ignored;
+      std::filesystem::remove(path, ignored);
+    }
+  } removeAtEnd{exportPath};
+  const std::string file = exportPath.string();
   ChildProcess::Result exported = ChildProcess::Run(HALCYRA_REG_TOOL, {"export", key, file, "/y"});
   ASSERT_EQ(0, exported.exitCode) << exported.error;
   ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(m_sandbox.Root(), u"Source"));

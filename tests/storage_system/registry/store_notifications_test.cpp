@@ -312,13 +312,8 @@ TEST_F(StoreNotificationsTest, BurstWhileTheLockIsHeldLeavesAtMostOneTimer) {
   EXPECT_EQ(Testing::PoolProbe::LiveTimers(), 0);
 }
 
-class CrossProcessNotificationsTest : public StoreNotificationsTest {
-protected:
-  void SetUp() override {
-    if (!ChildProcess::Supported()) GTEST_SKIP() << "the tests spawn processes on Linux only";
-    StoreNotificationsTest::SetUp();
-  }
-};
+// The notifications of changes that other processes make.
+class CrossProcessNotificationsTest : public StoreNotificationsTest {};
 
 #ifdef HALCYRA_REG_TOOL
 TEST_F(CrossProcessNotificationsTest, ValueWrittenByHalcyraRegReachesAMonitorOnAnAncestorStore) {
