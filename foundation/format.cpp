@@ -157,8 +157,8 @@ int NextChunk(const Source*& source, Char (&chunk)[4]) {
   }
 }
 
-// One conversion specification as the format gives it; a precision of -1 means none was given.
-struct ConversionSpec {
+// One conversion directive as the format gives it; a precision of -1 means none was given.
+struct Directive {
   bool leftAlign = false;
   bool forceSign = false;
   bool spaceSign = false;
@@ -303,21 +303,21 @@ class Formatter {
     return value;
   }
 
-  // Reads one conversion specification after its '%' and writes it; false when it is malformed.
+  // Reads one conversion directive after its '%' and writes it; false when it is malformed.
   bool Conversion(const Char*& format) {
-    ConversionSpec spec;
+    Directive directive;
     for (;; ++format) {
       const unsigned flag = Unit(*format);
       if (flag == '-') {
-        spec.leftAlign = true;
+        directive.leftAlign = true;
       } else if (flag == '+') {
-        spec.forceSign = true;
+        directive.forceSign = true;
       } else if (flag == ' ') {
-        spec.spaceSign = true;
+        directive.spaceSign = true;
       } else if (flag == '#') {
-        spec.alternate = true;
+        directive.alternate = true;
       } else if (flag == '0') {
-        spec.zeroPad = true;
+        directive.zeroPad = true;
       } else {
         break;
       }
@@ -326,25 +326,25 @@ class Formatter {
       ++format;
       const int width = va_arg(m_arguments.list, int);
       if (width < 0) {
-        spec.leftAlign = true;
-        spec.width = -static_cast<std::int64_t>(width);
+        directive.leftAlign = true;
+        directive.width = -static_cast<std::int64_t>(width);
       } else {
-        spec.width = width;
+        directive.width = width;
       }
     } else {
-      spec.width = ReadNumber(format);
+      directive.width = ReadNumber(format);
     }
     if (*format == '.') {
       ++format;
       if (*format == '*') {
         ++format;
         const int precision = va_arg(m_arguments.list, int);
-        spec.precision = precision < 0 ? -1 : precision;
+        directive.precision = precision < 0 ? -1 : precision;
       } else {
-        spec.precision = ReadNumber(format);
+        directive.precision = ReadNumber(format);
       }
     }
-    spec.length = ReadLength(format);
+    directive.length = ReadLength(format);
     const unsigned conversion = Unit(*format);
     if (conversion == 0) {
       return false;
@@ -353,32 +353,32 @@ class Formatter {
     switch (conversion) {
       case 'd':
       case 'i':
-        return Integer(spec, 10, false, true);
+        return Integer(directive, 10, false, true);
       case 'u':
-        return Integer(spec, 10, false, false);
+        return Integer(directive, 10, false, false);
       case 'x':
-        return Integer(spec, 16, false, false);
+        return Integer(directive, 16, false, false);
       case 'X':
-        return Integer(spec, 16, true, false);
+        return Integer(directive, 16, true, false);
       case 'o':
-        return Integer(spec, 8, false, false);
+        return Integer(directive, 8, false, false);
       case 'p':
-        return Pointer(spec);
+        return Pointer(directive);
       case 'c':
-        return Character(spec, false);
+        return Character(directive, false);
       case 'C':
-        return Character(spec, true);
+        return Character(directive, true);
       case 's':
-        return String(spec, false);
+        return String(directive, false);
       case 'S':
-        return String(spec, true);
+        return String(directive, true);
       case 'f':
       case 'F':
       case 'e':
       case 'E':
       case 'g':
       case 'G':
-        return Floating(spec, static_cast<char>(conversion));
+        return Floating(directive, static_cast<char>(conversion));
       case '%':
         m_output.Put('%');
         return true;
@@ -389,29 +389,29 @@ class Formatter {
 
   // Writes `count` padding characters unless the field is left-aligned, in which case the caller
   // pads after the text.
-  void PadBefore(const ConversionSpec& spec, std::uint64_t count, Char padding) {
-    if (!spec.leftAlign) {
+  void PadBefore(const Directive& directive, std::uint64_t count, Char padding) {
+    if (!directive.leftAlign) {
       m_output.PutRepeated(padding, count);
     }
   }
 
-  void PadAfter(const ConversionSpec& spec, std::uint64_t count) {
-    if (spec.leftAlign) {
+  void PadAfter(const Directive& directive, std::uint64_t count) {
+    if (directive.leftAlign) {
       m_output.PutRepeated(' ', count);
     }
   }
 
-  static std::uint64_t PaddingFor(const ConversionSpec& spec, std::uint64_t length) {
-    const auto width = static_cast<std::uint64_t>(spec.width);
+  static std::uint64_t PaddingFor(const Directive& directive, std::uint64_t length) {
+    const auto width = static_cast<std::uint64_t>(directive.width);
     return width > length ? width - length : 0;
   }
 
-  bool Integer(const ConversionSpec& spec, unsigned base, bool upper, bool isSigned) {
+  bool Integer(const Directive& directive, unsigned base, bool upper, bool isSigned) {
     std::uint64_t magnitude = 0;
     bool negative = false;
     if (isSigned) {
       std::int64_t value = 0;
-      switch (spec.length) {
+      switch (directive.length) {
         case Length::None:
         case Length::Long32:
           value = va_arg(m_arguments.list, int);
@@ -434,7 +434,7 @@ class Formatter {
       negative = value < 0;
       magnitude = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
     } else {
-      switch (spec.length) {
+      switch (directive.length) {
         case Length::None:
         case Length::Long32:
           magnitude = va_arg(m_arguments.list, unsigned);
@@ -459,22 +459,22 @@ class Formatter {
     std::size_t prefixLength = 0;
     if (negative) {
       prefix[prefixLength++] = '-';
-    } else if (isSigned && spec.forceSign) {
+    } else if (isSigned && directive.forceSign) {
       prefix[prefixLength++] = '+';
-    } else if (isSigned && spec.spaceSign) {
+    } else if (isSigned && directive.spaceSign) {
       prefix[prefixLength++] = ' ';
     }
-    if (spec.alternate && base == 16 && magnitude != 0) {
+    if (directive.alternate && base == 16 && magnitude != 0) {
       prefix[prefixLength++] = '0';
       prefix[prefixLength++] = upper ? 'X' : 'x';
     }
-    WriteDigits(spec, magnitude, base, upper, prefix, prefixLength, spec.precision);
+    WriteDigits(directive, magnitude, base, upper, prefix, prefixLength, directive.precision);
     return true;
   }
 
   // Writes a sign or prefix, then at least `precision` digits of `magnitude` (none for a zero with
   // precision 0), padded to the field width.
-  void WriteDigits(const ConversionSpec& spec, std::uint64_t magnitude, unsigned base, bool upper,
+  void WriteDigits(const Directive& directive, std::uint64_t magnitude, unsigned base, bool upper,
                    const char* prefix, std::size_t prefixLength, std::int64_t precision) {
     const char* digitSet = upper ? "0123456789ABCDEF" : "0123456789abcdef";
     char reversed[64];
@@ -487,13 +487,13 @@ class Formatter {
     }
     std::uint64_t leadingZeros =
         precision > static_cast<std::int64_t>(digitCount) ? static_cast<std::uint64_t>(precision) - digitCount : 0;
-    if (spec.alternate && base == 8 && leadingZeros == 0 && (digitCount == 0 || reversed[digitCount - 1] != '0')) {
+    if (directive.alternate && base == 8 && leadingZeros == 0 && (digitCount == 0 || reversed[digitCount - 1] != '0')) {
       leadingZeros = 1;
     }
-    const std::uint64_t padding = PaddingFor(spec, prefixLength + leadingZeros + digitCount);
-    const bool zeroFill = spec.zeroPad && !spec.leftAlign && precision < 0;
+    const std::uint64_t padding = PaddingFor(directive, prefixLength + leadingZeros + digitCount);
+    const bool zeroFill = directive.zeroPad && !directive.leftAlign && precision < 0;
     if (!zeroFill) {
-      PadBefore(spec, padding, ' ');
+      PadBefore(directive, padding, ' ');
     }
     m_output.PutAscii(prefix, prefixLength);
     if (zeroFill) {
@@ -503,16 +503,16 @@ class Formatter {
     while (digitCount > 0) {
       m_output.Put(static_cast<Char>(reversed[--digitCount]));
     }
-    PadAfter(spec, padding);
+    PadAfter(directive, padding);
   }
 
   // %p: every hexadecimal digit of the address in capitals, with no prefix, as Windows prints it.
-  bool Pointer(const ConversionSpec& spec) {
-    if (spec.length != Length::None) {
+  bool Pointer(const Directive& directive) {
+    if (directive.length != Length::None) {
       return false;
     }
     const auto address = reinterpret_cast<std::uintptr_t>(va_arg(m_arguments.list, void*));
-    ConversionSpec plain = spec;
+    Directive plain = directive;
     plain.alternate = false;
     WriteDigits(plain, address, 16, true, nullptr, 0, static_cast<std::int64_t>(2 * sizeof(void*)));
     return true;
@@ -536,18 +536,18 @@ class Formatter {
   }
 
   // Windows pads strings and characters with zeros, too, when the flag asks for it.
-  void WriteField(const ConversionSpec& spec, const Char* units, std::size_t count) {
-    const std::uint64_t padding = PaddingFor(spec, count);
-    PadBefore(spec, padding, spec.zeroPad ? '0' : ' ');
+  void WriteField(const Directive& directive, const Char* units, std::size_t count) {
+    const std::uint64_t padding = PaddingFor(directive, count);
+    PadBefore(directive, padding, directive.zeroPad ? '0' : ' ');
     for (std::size_t i = 0; i < count; ++i) {
       m_output.Put(units[i]);
     }
-    PadAfter(spec, padding);
+    PadAfter(directive, padding);
   }
 
-  bool Character(const ConversionSpec& spec, bool swapped) {
+  bool Character(const Directive& directive, bool swapped) {
     bool valid = false;
-    const bool foreign = IsForeign(spec.length, swapped, valid);
+    const bool foreign = IsForeign(directive.length, swapped, valid);
     if (!valid) {
       return false;
     }
@@ -565,23 +565,23 @@ class Formatter {
       const bool surrogate = unit >= 0xD800 && unit <= 0xDFFF;
       count = static_cast<std::size_t>(Encode(surrogate ? kReplacementCharacter : unit, units));
     }
-    WriteField(spec, units, count);
+    WriteField(directive, units, count);
     return true;
   }
 
-  bool String(const ConversionSpec& spec, bool swapped) {
+  bool String(const Directive& directive, bool swapped) {
     bool valid = false;
-    const bool foreign = IsForeign(spec.length, swapped, valid);
+    const bool foreign = IsForeign(directive.length, swapped, valid);
     if (!valid) {
       return false;
     }
     const void* argument = va_arg(m_arguments.list, const void*);
     if (argument == nullptr) {
-      WriteString(spec, "(null)");
+      WriteString(directive, "(null)");
     } else if (foreign) {
-      WriteString(spec, static_cast<const OtherChar*>(argument));
+      WriteString(directive, static_cast<const OtherChar*>(argument));
     } else {
-      WriteString(spec, static_cast<const Char*>(argument));
+      WriteString(directive, static_cast<const Char*>(argument));
     }
     return true;
   }
@@ -589,16 +589,16 @@ class Formatter {
   // The precision limits the code units written; a re-encoded character is written whole or not at
   // all. A string of the output's width is not read beyond the precision.
   template <typename Source>
-  void WriteString(const ConversionSpec& spec, const Source* text) {
-    const auto limit = spec.precision < 0 ? UINT64_MAX : static_cast<std::uint64_t>(spec.precision);
+  void WriteString(const Directive& directive, const Source* text) {
+    const auto limit = directive.precision < 0 ? UINT64_MAX : static_cast<std::uint64_t>(directive.precision);
     Char chunk[4];
     std::uint64_t length = 0;
     const Source* cursor = text;
     for (int count = 0; length < limit && (count = NextChunk(cursor, chunk)) != 0 && length + count <= limit;) {
       length += static_cast<std::uint64_t>(count);
     }
-    const std::uint64_t padding = PaddingFor(spec, length);
-    PadBefore(spec, padding, spec.zeroPad ? '0' : ' ');
+    const std::uint64_t padding = PaddingFor(directive, length);
+    PadBefore(directive, padding, directive.zeroPad ? '0' : ' ');
     cursor = text;
     for (std::uint64_t written = 0; written < length && !m_output.IsCutOff();) {
       const int count = NextChunk(cursor, chunk);
@@ -607,12 +607,12 @@ class Formatter {
       }
       written += static_cast<std::uint64_t>(count);
     }
-    PadAfter(spec, padding);
+    PadAfter(directive, padding);
   }
 
-  bool Floating(const ConversionSpec& spec, char conversion) {
+  bool Floating(const Directive& directive, char conversion) {
     double value = 0;
-    switch (spec.length) {
+    switch (directive.length) {
       case Length::None:
       case Length::Long32:
         value = va_arg(m_arguments.list, double);
@@ -628,9 +628,9 @@ class Formatter {
     char sign = 0;
     if (std::signbit(value)) {
       sign = '-';
-    } else if (spec.forceSign) {
+    } else if (directive.forceSign) {
       sign = '+';
-    } else if (spec.spaceSign) {
+    } else if (directive.spaceSign) {
       sign = ' ';
     }
     FloatText body;
@@ -641,22 +641,22 @@ class Formatter {
       body.length = body.zerosAt = 3;
     } else {
       const double magnitude = std::fabs(value);
-      const std::int64_t precision = spec.precision < 0 ? 6 : spec.precision;
+      const std::int64_t precision = directive.precision < 0 ? 6 : directive.precision;
       if (conversion == 'f' || conversion == 'F') {
-        FixedText(magnitude, precision, spec.alternate, body);
+        FixedText(magnitude, precision, directive.alternate, body);
       } else if (conversion == 'e' || conversion == 'E') {
-        ScientificText(magnitude, precision, spec.alternate, body);
+        ScientificText(magnitude, precision, directive.alternate, body);
       } else {
-        GeneralText(magnitude, precision, spec.alternate, body);
+        GeneralText(magnitude, precision, directive.alternate, body);
       }
       if (upper) {
         std::replace(body.text, body.text + body.length, 'e', 'E');
       }
     }
-    const std::uint64_t padding = PaddingFor(spec, (sign != 0 ? 1 : 0) + body.length + body.extraZeros);
-    const bool zeroFill = spec.zeroPad && !spec.leftAlign && finite;
+    const std::uint64_t padding = PaddingFor(directive, (sign != 0 ? 1 : 0) + body.length + body.extraZeros);
+    const bool zeroFill = directive.zeroPad && !directive.leftAlign && finite;
     if (!zeroFill) {
-      PadBefore(spec, padding, ' ');
+      PadBefore(directive, padding, ' ');
     }
     if (sign != 0) {
       m_output.Put(sign);
@@ -667,7 +667,7 @@ class Formatter {
     m_output.PutAscii(body.text, body.zerosAt);
     m_output.PutRepeated('0', body.extraZeros);
     m_output.PutAscii(body.text + body.zerosAt, body.length - body.zerosAt);
-    PadAfter(spec, padding);
+    PadAfter(directive, padding);
     return true;
   }
 

@@ -1,4 +1,4 @@
-// What the bounded formatter and the bounded scanner read alike in a conversion specification: the
+// What the bounded formatter and the bounded scanner read alike in a conversion directive: the
 // length modifier, with the Windows forms among them. Internal to format.cpp and scan.cpp.
 #pragma once
 

@@ -170,7 +170,7 @@ class Scanner {
     return Outcome::Continue;
   }
 
-  // Reads one conversion specification after its '%' and carries it out.
+  // Reads one conversion directive after its '%' and carries it out.
   Outcome Conversion(const char16_t*& format) {
     bool suppress = false;
     if (*format == '*') {

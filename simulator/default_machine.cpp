@@ -14,12 +14,12 @@ constexpr PROPERTYKEY kEffectKey13 = {
 constexpr PROPERTYKEY kFirstMarker = {
     {0xF363DF17, 0xA750, 0x4AC3, {0xB7, 0xB5, 0x2B, 0xBE, 0xFF, 0xA9, 0x08, 0x5F}}, 11};
 
-std::vector<EndpointSpec> DefaultEndpoints() {
+std::vector<EndpointDefinition> DefaultEndpoints() {
   auto endpoint = [](EDataFlow flow, const char16_t* key, const char16_t* name, const char16_t* hardwareId) {
-    return EndpointSpec{flow, key, DEVICE_STATE_ACTIVE,
+    return EndpointDefinition{flow, key, DEVICE_STATE_ACTIVE,
                         {{PKEY_Device_FriendlyName, name}, {PKEY_Device_InstanceId, hardwareId}}, {}};
   };
-  std::vector<EndpointSpec> endpoints = {
+  std::vector<EndpointDefinition> endpoints = {
       endpoint(eRender, kVadRenderKey, u"Halcyra Virtual Speakers", u"ROOT\\QuillonHL3Vad\\0000"),
       endpoint(eCapture, kVadCaptureKey, u"Halcyra Virtual Microphone", u"ROOT\\QuillonHL3Vad\\0001"),
       endpoint(eCapture, kRealtekMicrophoneKey, u"Microphone Array (Realtek(R) Audio)",
@@ -51,8 +51,8 @@ SeedResult SeedDefaultMachine(const EndpointRegistry& endpoints) {
   }
   if (status != ERROR_SUCCESS) seeded.result = HRESULT_FROM_WIN32(status);
   if (endpoints.HasAnyEndpointKey()) return seeded;
-  for (const EndpointSpec& spec : DefaultEndpoints()) {
-    HRESULT result = endpoints.Create(spec);
+  for (const EndpointDefinition& definition : DefaultEndpoints()) {
+    HRESULT result = endpoints.Create(definition);
     if (result < 0 && seeded.result >= 0) seeded.result = result;
   }
   seeded.endpointsCreated = seeded.result >= 0;

@@ -402,14 +402,14 @@ HRESULT EndpointRegistry::SetState(const Endpoint& endpoint, DWORD state) const 
   return HRESULT_FROM_WIN32(status);
 }
 
-HRESULT EndpointRegistry::Create(const EndpointSpec& spec) const {
+HRESULT EndpointRegistry::Create(const EndpointDefinition& definition) const {
   UniqueKey key;
-  LONG status = CreateKey(m_root.hive, FlowPath(spec.flow) + u"\\" + spec.keyName, key);
+  LONG status = CreateKey(m_root.hive, FlowPath(definition.flow) + u"\\" + definition.keyName, key);
   if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(status);
-  status = RegSetValueExW(key.get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&spec.state),
-                          sizeof(spec.state));
+  status = RegSetValueExW(key.get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&definition.state),
+                          sizeof(definition.state));
   for (bool fxStore : {false, true}) {
-    const auto& properties = fxStore ? spec.textFxProperties : spec.textProperties;
+    const auto& properties = fxStore ? definition.textFxProperties : definition.textProperties;
     UniqueKey store;
     if (status == ERROR_SUCCESS) status = CreateKey(key.get(), StoreName(fxStore), store);
     for (const auto& [propertyKey, text] : properties) {

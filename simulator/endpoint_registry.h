@@ -61,7 +61,7 @@ struct EndpointSnapshot {
 };
 
 // Describes an endpoint to create: `properties` and `fxProperties` are written as values.
-struct EndpointSpec {
+struct EndpointDefinition {
   Platform::EDataFlow flow;
   std::u16string keyName;
   Platform::DWORD state;
@@ -100,9 +100,9 @@ public:
   // Writes the endpoint's DeviceState.
   Platform::HRESULT SetState(const Endpoint& endpoint, Platform::DWORD state) const;
 
-  // Creates (or overwrites) an endpoint from `spec`. Returns S_OK or HRESULT_FROM_WIN32 of the
+  // Creates (or overwrites) an endpoint from `definition`. Returns S_OK or HRESULT_FROM_WIN32 of the
   // registry's failure.
-  Platform::HRESULT Create(const EndpointSpec& spec) const;
+  Platform::HRESULT Create(const EndpointDefinition& definition) const;
   // Whether the root holds any endpoint key at all, refused ones included.
   bool HasAnyEndpointKey() const;
 

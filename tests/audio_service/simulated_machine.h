@@ -48,9 +48,9 @@ public:
   std::u16string AddEndpoint(Platform::EDataFlow flow, const std::u16string& key, Platform::DWORD state,
                              const char16_t* hardwareId,
                              std::vector<std::pair<Platform::PROPERTYKEY, std::u16string>> fx = {}) {
-    Simulator::EndpointSpec spec{flow, key, state, {}, std::move(fx)};
-    if (hardwareId != nullptr) spec.textProperties.emplace_back(Platform::PKEY_Device_InstanceId, hardwareId);
-    EXPECT_GE(audio.Endpoints().Create(spec), 0);
+    Simulator::EndpointDefinition definition{flow, key, state, {}, std::move(fx)};
+    if (hardwareId != nullptr) definition.textProperties.emplace_back(Platform::PKEY_Device_InstanceId, hardwareId);
+    EXPECT_GE(audio.Endpoints().Create(definition), 0);
     return Simulator::EndpointRegistry::EndpointId(flow, key);
   }
 

@@ -120,9 +120,9 @@ protected:
   std::u16string AddEndpoint(Platform::EDataFlow flow, const std::u16string& key,
                              Platform::DWORD state = Platform::DEVICE_STATE_ACTIVE,
                              const char16_t* hardwareId = u"HDAUDIO\\FUNC_01&VEN_10EC&DEV_0000") {
-    Simulator::EndpointSpec spec{flow, key, state, {}, {}};
-    if (hardwareId != nullptr) spec.textProperties.emplace_back(Platform::PKEY_Device_InstanceId, hardwareId);
-    EXPECT_GE(audio.Endpoints().Create(spec), 0);
+    Simulator::EndpointDefinition definition{flow, key, state, {}, {}};
+    if (hardwareId != nullptr) definition.textProperties.emplace_back(Platform::PKEY_Device_InstanceId, hardwareId);
+    EXPECT_GE(audio.Endpoints().Create(definition), 0);
     return Simulator::EndpointRegistry::EndpointId(flow, key);
   }
 
