@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -96,6 +97,25 @@ TEST_F(LogTest, FileLinesAreNumberedFromZeroAcrossNarrowAndWideCalls) {
   EXPECT_TRUE(std::regex_match(lines[3], std::regex("Log stopped [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]{2} "
                                                     "[0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{4}")))
       << lines[3];
+}
+
+// The counter starts with the process: a fresh child process writes the first line, numbered 0.
+TEST(LogCounterTest, FirstLineOfAProcessCarriesNumberZero) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const std::string path = ::testing::TempDir() + "halcyra_log_first_line.log";
+  std::remove(path.c_str());
+  EXPECT_EXIT(
+      {
+        LogSetFile(std::fopen(path.c_str(), "w"));
+        LogWrite(LogLevelError, kLogTag, u"first");
+        LogShutdown();
+        std::ifstream file(path);
+        std::string line;
+        std::getline(file, line);
+        std::exit(line.rfind("00000000\t", 0) == 0 ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+  std::remove(path.c_str());
 }
 
 TEST_F(LogTest, CounterCountsOnlyFileLines) {
