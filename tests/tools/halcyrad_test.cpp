@@ -23,16 +23,22 @@ struct RunResult {
 };
 
 // Runs a program beside this one with `arguments`, standard output and error together into a file.
+// Each run has a file of its own: on Windows a file that an ended process had open may stay busy
+// for a moment, and the next run's redirection would then fail.
 RunResult RunProgram(const std::string& program, const std::string& arguments) {
-  const std::string outputPath = ::testing::TempDir() + "halcyrad_test_output.txt";
+  static int runNumber = 0;
+  const std::string outputPath =
+      ::testing::TempDir() + "halcyrad_test_output_" + std::to_string(++runNumber) + ".txt";
   const std::string command =
       "\"" + ProgramFolder() + program + "\" " + arguments + " > \"" + outputPath + "\" 2>&1";
   RunResult result;
   result.status = Testing::RunShellCommand(command);
-  std::ifstream file(outputPath);
-  std::stringstream text;
-  text << file.rdbuf();
-  result.output = text.str();
+  {
+    std::ifstream file(outputPath);
+    std::stringstream text;
+    text << file.rdbuf();
+    result.output = text.str();
+  }
   std::remove(outputPath.c_str());
   return result;
 }
