@@ -760,24 +760,8 @@ LSTATUS RegistryHive::SetValue(HiveKey& key, const KeyPath& relative, std::u16st
     int result = use.Step();
     if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
   }
-  status = RecordChange(transaction, ChangeKind::ValueSet, target.path);
+  status = CommitValueChange(transaction, target, name, CachedValue{true, type, std::vector<BYTE>(data, data + size)});
   if (status != ERROR_SUCCESS) return status;
-  transaction.Touch(Counter::Values);
-  status = transaction.Commit();
-  if (status != ERROR_SUCCESS) return status;
-
-  if (m_valueCacheAt == transaction.Before(Counter::Values) && HiveGenerations::IsStable(m_valueCacheAt)) {
-    ValueCacheKey::Build(m_scratch, target.id, name);
-    ChargeValueCache(m_valueCache, m_valueCacheBytes, m_scratch, size);
-    CachedValue& cached = m_valueCache[m_scratch];
-    cached.exists = true;
-    cached.type = type;
-    cached.data.assign(data, data + size);
-    m_valueCacheAt = transaction.After(Counter::Values);
-  } else {
-    m_valueCache.clear();
-    m_valueCacheAt = kNoGeneration;
-  }
   transaction.CacheCreatedKeys();
   return ERROR_SUCCESS;
 }
@@ -804,14 +788,20 @@ LSTATUS RegistryHive::DeleteValue(HiveKey& key, const KeyPath& relative, std::u1
     int result = use.Step();
     if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
   }
-  status = RecordChange(transaction, ChangeKind::ValueSet, target.path);
+  return CommitValueChange(transaction, target, name, CachedValue{});
+}
+
+LSTATUS RegistryHive::CommitValueChange(Transaction& transaction, const HiveKey& target, std::u16string_view name,
+                                        CachedValue entry) {
+  LSTATUS status = RecordChange(transaction, ChangeKind::ValueSet, target.path);
   if (status != ERROR_SUCCESS) return status;
   transaction.Touch(Counter::Values);
   status = transaction.Commit();
   if (status != ERROR_SUCCESS) return status;
   if (m_valueCacheAt == transaction.Before(Counter::Values) && HiveGenerations::IsStable(m_valueCacheAt)) {
     ValueCacheKey::Build(m_scratch, target.id, name);
-    m_valueCache[m_scratch] = CachedValue{};
+    ChargeValueCache(m_valueCache, m_valueCacheBytes, m_scratch, entry.data.size());
+    m_valueCache[m_scratch] = std::move(entry);
     m_valueCacheAt = transaction.After(Counter::Values);
   } else {
     m_valueCache.clear();

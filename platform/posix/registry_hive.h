@@ -176,6 +176,10 @@ private:
   LSTATUS ResolveForWrite(Transaction& transaction, HiveKey& base, const KeyPath& relative, bool create,
                           const CreateOptions& options, HiveKey& key, bool& created);
   LSTATUS RecordChange(Transaction& transaction, ChangeKind kind, std::u16string_view path);
+  // Records a change of the value `name` of `target`, commits, and puts `entry` (what the value now
+  // is) in the value cache while that cache was current; otherwise the cache is dropped.
+  LSTATUS CommitValueChange(Transaction& transaction, const HiveKey& target, std::u16string_view name,
+                            CachedValue entry);
   LSTATUS LoadSubKeys(HiveKey& key, bool needLastWrite);
   LSTATUS LoadValues(HiveKey& key);
 
