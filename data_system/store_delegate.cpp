@@ -140,6 +140,9 @@ void CStoreDelegate::UninitPartially(std::size_t valueCount, std::size_t storeCo
     --indexer;
     QueryItemInterface<IInitializable>(indexer->second, IID_IInitializable)->Uninit();
   }
+  // Vectors have detached their instances, which stood after the embedded children.
+  storeCount = std::min(storeCount, stores.size());
+  valueCount = std::min(valueCount, values.size());
   while (storeCount > 0) QueryItemInterface<IInitializable>(stores[--storeCount].first, IID_IInitializable)->Uninit();
   while (valueCount > 0) values[--valueCount].second->Uninit();
 }
@@ -168,6 +171,7 @@ ErrorCode CStoreDelegate::Init() {
 }
 
 void CStoreDelegate::Uninit() {
+  // The counts taken now include vector instances, which the indexers' Uninit removes first.
   UninitPartially(values.size(), stores.size(), indexers.size());
   CItemDelegate::Uninit();
 }

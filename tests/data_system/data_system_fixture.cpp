@@ -1,6 +1,7 @@
 #include "tests/data_system/data_system_fixture.h"
 
 #include "data_system/access_flags.h"
+#include "data_system/index_table.h"
 #include "data_system/interface_ids.h"
 #include "foundation/interface_ids.h"
 #include "tests/platform/registry/registry_sandbox.h"
@@ -50,6 +51,11 @@ std::size_t RecordingMonitor::Count() {
 void RecordingMonitor::Clear() {
   std::lock_guard<std::mutex> guard(m_mutex);
   m_heard.clear();
+}
+
+void DataSystemTest::SetUp() {
+  RegistryStorageTest::SetUp();
+  GetIndexTable().clear();
 }
 
 void DataSystemTest::TearDown() {

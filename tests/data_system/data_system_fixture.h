@@ -17,6 +17,7 @@
 #include "data_system/value.h"
 #include "tests/data_system/faulty_storage.h"
 #include "tests/data_system/test_schema.h"
+#include "foundation/log.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
 
 namespace Testing {
@@ -57,6 +58,8 @@ private:
 
 class DataSystemTest : public RegistryStorageTest {
 protected:
+  // Also forgets the indexes that earlier tests of the process handed out.
+  void SetUp() override;
   void TearDown() override;
 
   // Opens the test schema with `flags` on a storage system of its own, opened as the data system's

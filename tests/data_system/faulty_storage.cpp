@@ -1,6 +1,13 @@
 #include "tests/data_system/faulty_storage.h"
 
+#include <memory>
+
 #include "foundation/interface_ids.h"
+#include "storage_system/storage_system.h"
+
+template <>
+inline constexpr const char* Common::kRegisterInterfaceBaseName<StorageSystem::IProperties> =
+    "Testing::MaskedProperties::RegisterInterfaceBase";
 
 namespace Testing {
 
@@ -67,7 +74,74 @@ private:
   std::atomic<std::uint32_t> m_count{1};
 };
 
+// Properties that pass everything on but answer with fewer capabilities.
+class MaskedProperties : public Common::CExtensible<StorageSystem::IProperties> {
+public:
+  MaskedProperties(StorageSystem::IProperties* inner, std::uint32_t masked) : m_inner(inner), m_masked(masked) {
+    RegisterInterfaceBase(StorageSystem::IID_IProperties, static_cast<StorageSystem::IProperties*>(this));
+  }
+  std::uint32_t GetCapabilities() override { return m_inner->GetCapabilities() & ~m_masked; }
+  StorageSystem::IAllocator* GetAllocator() override { return m_inner->GetAllocator(); }
+  StorageSystem::ILock* GetLock() override { return m_inner->GetLock(); }
+  ErrorCode EnumTypes(StorageSystem::IEnumTarget* target) override { return m_inner->EnumTypes(target); }
+  std::uint32_t GetTypeMatchFlags() override { return m_inner->GetTypeMatchFlags(); }
+  char16_t GetSeparator() override { return m_inner->GetSeparator(); }
+
+private:
+  StorageSystem::IProperties* m_inner;
+  std::uint32_t m_masked;
+};
+
+// The one operation the data system asks of a storage system is its properties; this stand-in
+// answers with masked ones and is never counted or opened.
+class MaskedStorageSystem : public Common::CExtensible<StorageSystem::IStorageSystem> {
+public:
+  MaskedStorageSystem(StorageSystem::IStorageSystem* inner, std::uint32_t masked)
+      : m_inner(inner), m_properties(inner->GetProperties(), masked) {}
+  std::uint32_t AddRef() override { return 1; }
+  std::uint32_t Release() override { return 1; }
+  StorageSystem::IStorageSystem* GetStorageSystem() override { return this; }
+  StorageSystem::IStore* GetParent() override { return nullptr; }
+  std::uint32_t GetFlags() override { return m_inner->GetFlags(); }
+  const char16_t* GetName() override { return m_inner->GetName(); }
+  const char16_t* GetPath() override { return m_inner->GetPath(); }
+  ErrorCode QueryAllocAbsolutePath(char16_t** path) override { return m_inner->QueryAllocAbsolutePath(path); }
+  ErrorCode EnumStores(StorageSystem::IEnumTarget* target) override { return m_inner->EnumStores(target); }
+  ErrorCode OpenStore(const char16_t* path, StorageSystem::IStore** result, std::uint32_t flags) override {
+    return m_inner->OpenStore(path, result, flags);
+  }
+  ErrorCode DeleteStore(const char16_t* path) override { return m_inner->DeleteStore(path); }
+  ErrorCode EnumValues(StorageSystem::IEnumTarget* target) override { return m_inner->EnumValues(target); }
+  ErrorCode OpenValue(const char16_t* path, StorageSystem::Registry::IRegistryValue** result, std::uint32_t flags,
+                      const ITypeDescription* type, const void* defaultData, std::uint32_t defaultSize) override {
+    return m_inner->OpenValue(path, result, flags, type, defaultData, defaultSize);
+  }
+  ErrorCode DeleteValue(const char16_t* path) override { return m_inner->DeleteValue(path); }
+  bool IsEmpty() override { return m_inner->IsEmpty(); }
+  ErrorCode RegisterMonitor(StorageSystem::IStoreMonitor* monitor) override { return m_inner->RegisterMonitor(monitor); }
+  ErrorCode UnregisterMonitor(StorageSystem::IStoreMonitor* monitor) override {
+    return m_inner->UnregisterMonitor(monitor);
+  }
+  StorageSystem::IProperties* GetProperties() override { return &m_properties; }
+  ErrorCode Open(const void* parameters, std::uint32_t flags) override { return m_inner->Open(parameters, flags); }
+  void Close() override { m_inner->Close(); }
+
+private:
+  StorageSystem::IStorageSystem* m_inner;
+  MaskedProperties m_properties;
+};
+
 }  // namespace
+
+StorageSystem::IStorageSystem* FaultyStore::GetStorageSystem() {
+  if (m_faults.maskedCapabilities == 0) return m_inner->GetStorageSystem();
+  std::lock_guard<std::mutex> guard(m_faults.mutex);
+  if (!m_faults.maskedStorageSystem) {
+    m_faults.maskedStorageSystem =
+        std::make_unique<MaskedStorageSystem>(m_inner->GetStorageSystem(), m_faults.maskedCapabilities);
+  }
+  return m_faults.maskedStorageSystem.get();
+}
 
 FaultyStore::FaultyStore(StorageSystem::IStore* inner, StorageFaults& faults) : m_inner(inner), m_faults(faults) {
   RegisterInterfaceBase(StorageSystem::IID_IStorageItem, static_cast<StorageSystem::IStorageItem*>(this));

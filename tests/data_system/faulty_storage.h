@@ -5,10 +5,12 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
 #include "foundation/extensible.h"
+#include "storage_system/storage_system.h"
 #include "storage_system/store.h"
 #include "storage_system/registry/registry_value.h"
 
@@ -23,6 +25,9 @@ struct StorageFaults {
   // Read and ReadRealloc of a value of this name fail (ErrorCannotRead) this many more times.
   std::u16string failReadOf;
   int readFailuresLeft = 0;
+  // Capability bits taken away from what the storage system says, and the stand-in that says so.
+  std::uint32_t maskedCapabilities = 0;
+  std::unique_ptr<StorageSystem::IStorageSystem> maskedStorageSystem;
   // How often each value name was opened and read.
   std::map<std::u16string, int> opens;
   std::map<std::u16string, int> reads;
@@ -36,7 +41,8 @@ public:
 
   std::uint32_t AddRef() override;
   std::uint32_t Release() override;
-  StorageSystem::IStorageSystem* GetStorageSystem() override { return m_inner->GetStorageSystem(); }
+  // The real storage system, or with capabilities masked a stand-in that answers with fewer.
+  StorageSystem::IStorageSystem* GetStorageSystem() override;
   StorageSystem::IStore* GetParent() override { return m_inner->GetParent(); }
   std::uint32_t GetFlags() override { return m_inner->GetFlags(); }
   const char16_t* GetName() override { return m_inner->GetName(); }

@@ -5,7 +5,6 @@
 namespace Testing::Schema {
 
 namespace {
-std::uint32_t TenTimesIndex(std::uint64_t index) { return static_cast<std::uint32_t>(10 * index); }
 std::uint32_t HundredPlusIndex(std::uint64_t index) { return static_cast<std::uint32_t>(100 + index); }
 }  // namespace
 
@@ -54,7 +53,7 @@ CValueModelT<WideString>& ExeNameModel() {
   return model;
 }
 CValueModelT<std::uint32_t>& WeightModel() {
-  static CValueModelT<std::uint32_t> model(kWeightGuid, u"Weight", &TenTimesIndex);
+  static CValueModelT<std::uint32_t> model(kWeightGuid, u"Weight", 0u);
   return model;
 }
 CValueModelT<std::uint32_t>& TagModel() {
@@ -67,6 +66,10 @@ CStoreModel& ArchiveModel() {
 }
 CValueModelT<std::uint32_t>& PlainModel() {
   static CValueModelT<std::uint32_t> model(kPlainGuid, u"Plain", 7u);
+  return model;
+}
+CValueModelT<std::uint32_t>& LongModel() {
+  static CValueModelT<std::uint32_t> model(kLongGuid, kLongName, 1u);
   return model;
 }
 CStoreModel& WatchedModel() {

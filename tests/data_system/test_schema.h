@@ -11,10 +11,11 @@
 //       Profile[] vector of stores (SM_INHERIT)
 //         bState    bool, bounded, default false
 //         szExeName wide string, default ""
-//         Weight    unsigned int, computed default 10 * index
+//         Weight    unsigned int, default 0
 //       Tag[]     vector of unsigned int values, computed default 100 + index
 //     Archive (3: a place of its own, not monitored)
 //       Plain     unsigned int, bounded, default 7
+//       LongName… unsigned int named by 130 characters, default 1
 //       Watched (7: a place of its own and, below an unwatched parent, a subscription of its own)
 //         Value   unsigned int, bounded, default 0
 #pragma once
@@ -52,6 +53,10 @@ inline constexpr Common::GUID kArchiveGuid = Common::GuidLiteral("0B6D31C2-1F2A-
 inline constexpr Common::GUID kPlainGuid = Common::GuidLiteral("0B6D31C2-1F2A-4E57-9C9B-2A5A0E7D100F");
 inline constexpr Common::GUID kWatchedGuid = Common::GuidLiteral("0B6D31C2-1F2A-4E57-9C9B-2A5A0E7D1010");
 inline constexpr Common::GUID kWatchedValueGuid = Common::GuidLiteral("0B6D31C2-1F2A-4E57-9C9B-2A5A0E7D1011");
+inline constexpr Common::GUID kLongGuid = Common::GuidLiteral("0B6D31C2-1F2A-4E57-9C9B-2A5A0E7D1012");
+// The 130 characters of the long name.
+inline constexpr const char16_t* kLongName =
+    u"LongNamexxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx";
 inline constexpr Common::GUID kDefaultId = Common::GuidLiteral("6B1C0D2E-3F40-4A5B-8C6D-7E8F90A1B2C3");
 
 CStoreModel& RootModel();
@@ -69,6 +74,7 @@ CValueModelT<std::uint32_t>& WeightModel();
 CValueModelT<std::uint32_t>& TagModel();
 CStoreModel& ArchiveModel();
 CValueModelT<std::uint32_t>& PlainModel();
+CValueModelT<std::uint32_t>& LongModel();
 CStoreModel& WatchedModel();
 CValueModelT<std::uint32_t>& WatchedValueModel();
 
@@ -108,6 +114,7 @@ class CArchiveStore : public CStoreT<> {
 public:
   CArchiveStore(IStoreModel* model, IItem* parent) : CStoreT(model, parent) {}
   CSingleItemIndexerT<CBoundedValueT<std::uint32_t>> plain{&PlainModel(), this};
+  CSingleItemIndexerT<CValueT<std::uint32_t>> longNamed{&LongModel(), this};
   CSingleItemIndexerT<CWatchedStore> watched{&WatchedModel(), this};
 };
 
