@@ -108,7 +108,7 @@ TEST_F(CrossProcessDataSystemTest, AProcessDoesNotHearItsOwnWritesButDoesInLocal
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_TRUE(WaitUntilWatched(monitor));
   ASSERT_EQ(Value<std::uint32_t>(u"Settings.Inner.Count")->Set(std::array<std::uint32_t, 1>{4}.data()), ErrorNone);
-  EXPECT_FALSE(monitor.WaitFor(1, std::chrono::milliseconds(700)));
+  EXPECT_FALSE(monitor.WaitFor(1, std::chrono::milliseconds(700))) << (monitor.Count() ? monitor.Heard()[0].path : "");
   ASSERT_EQ(settings->UnregisterMonitor(&monitor), ErrorNone);
 
   ASSERT_EQ(Open(DS_LOCAL_ON), ErrorNone);

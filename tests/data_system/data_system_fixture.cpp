@@ -120,8 +120,9 @@ bool DataSystemTest::WaitUntilWatched(RecordingMonitor& monitor) {
     std::size_t before = monitor.Count();
     WriteDword(SettingsKey(), level, 2 + round % 2);
     if (monitor.WaitFor(before + 1, std::chrono::milliseconds(200))) {
-      // Let the notifications of the priming writes run out.
-      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      // Let the notifications of the priming writes run out: wait until a while passes quietly.
+      while (monitor.WaitFor(monitor.Count() + 1, std::chrono::milliseconds(250))) {
+      }
       monitor.Clear();
       return true;
     }
