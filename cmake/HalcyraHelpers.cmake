@@ -56,5 +56,8 @@ function(halcyra_add_test_suite name)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 600)
   endif()
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+  # A suite that forgets to choose a throwaway registry folder of its own still never touches the
+  # developer's registry: every suite starts in a folder of the build tree.
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT}
+                       ENVIRONMENT "HALCYRA_REGISTRY_ROOT=${CMAKE_BINARY_DIR}/test-registry/${name}")
 endfunction()
