@@ -107,8 +107,13 @@ TEST_F(CrossProcessDataSystemTest, AProcessDoesNotHearItsOwnWritesButDoesInLocal
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_TRUE(WaitUntilWatched(monitor));
-  ASSERT_EQ(Value<std::uint32_t>(u"Settings.Inner.Count")->Set(std::array<std::uint32_t, 1>{4}.data()), ErrorNone);
-  EXPECT_FALSE(monitor.WaitFor(1, std::chrono::milliseconds(700))) << (monitor.Count() ? monitor.Heard()[0].path : "");
+  {
+    // A fixed-size Set takes no lock: a scan that ran between its write and its cache update would
+    // see the write as a change. Holding the tree's lock orders the two as a scan that comes later.
+    TreeLock hold(dataSystem);
+    ASSERT_EQ(Value<std::uint32_t>(u"Settings.Inner.Count")->Set(std::array<std::uint32_t, 1>{4}.data()), ErrorNone);
+  }
+  EXPECT_FALSE(monitor.WaitFor(1, std::chrono::milliseconds(700))) << monitor.Summary();
   ASSERT_EQ(settings->UnregisterMonitor(&monitor), ErrorNone);
 
   ASSERT_EQ(Open(DS_LOCAL_ON), ErrorNone);

@@ -48,6 +48,13 @@ std::size_t RecordingMonitor::Count() {
   return m_heard.size();
 }
 
+std::string RecordingMonitor::Summary() {
+  static const char* const kKinds[] = {"ValueChange", "ItemInsert", "ItemErase"};
+  std::string text;
+  for (const HeardNotification& heard : Heard()) text += std::string(kKinds[heard.kind]) + " " + heard.path + "; ";
+  return text;
+}
+
 void RecordingMonitor::Clear() {
   std::lock_guard<std::mutex> guard(m_mutex);
   m_heard.clear();
@@ -71,7 +78,7 @@ ErrorCode DataSystemTest::Open(std::uint32_t flags) {
   return Schema::OpenTestDataSystem(root, flags, &dataSystem);
 }
 
-ErrorCode DataSystemTest::OpenFaulty(StorageFaults& faults, std::uint32_t flags) {
+ErrorCode DataSystemTest::OpenFaulty(std::uint32_t flags) {
   Close();
   ErrorCode status = OpenStorage(AccessFromFlags(&Schema::RootModel(), flags), &dataStorage);
   if (status != ErrorNone) return status;

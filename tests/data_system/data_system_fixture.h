@@ -45,6 +45,8 @@ public:
   std::vector<HeardNotification> Heard();
   std::size_t Count();
   void Clear();
+  // What was heard, for failure messages: "ItemErase TestData.Settings.Profile[0]; ...".
+  std::string Summary();
   // Called inside each notification, after it is recorded; may be empty.
   std::function<void(const HeardNotification&)> onHeard;
 
@@ -56,6 +58,20 @@ private:
   std::vector<HeardNotification> m_heard;
 };
 
+// Holds a tree's lock for a scope. A test that changes storage and scans by itself holds it, so that
+// the storage's own change notifications (which Windows signals before the changing call returns)
+// wait until the test's scan is done, and then find nothing new.
+class TreeLock {
+public:
+  explicit TreeLock(DataSystem::IDataSystem* dataSystem) : m_lock(dataSystem->GetLock()) { m_lock->Lock(); }
+  ~TreeLock() { m_lock->Unlock(); }
+  TreeLock(const TreeLock&) = delete;
+  TreeLock& operator=(const TreeLock&) = delete;
+
+private:
+  StorageSystem::ILock* m_lock;
+};
+
 class DataSystemTest : public RegistryStorageTest {
 protected:
   // Also forgets the indexes that earlier tests of the process handed out.
@@ -65,8 +81,9 @@ protected:
   // Opens the test schema with `flags` on a storage system of its own, opened as the data system's
   // root is opened. Returns the data system's code.
   ErrorCode Open(std::uint32_t flags = 0);
-  // Opens the test schema as Open does, but on a FaultyStore around the root of the storage.
-  ErrorCode OpenFaulty(StorageFaults& faults, std::uint32_t flags = 0);
+  // Opens the test schema as Open does, but on a FaultyStore around the root of the storage, which
+  // does wrong what `faults` says.
+  ErrorCode OpenFaulty(std::uint32_t flags = 0);
   // Releases the opener's reference and the storage system.
   void Close();
 
@@ -93,6 +110,8 @@ protected:
   // storage watch of Settings is known to be armed. False when it never is.
   bool WaitUntilWatched(RecordingMonitor& monitor);
 
+  // The faults of OpenFaulty; they outlive the data system.
+  StorageFaults faults;
   StorageSystem::IStorageSystem* dataStorage = nullptr;
   DataSystem::IDataSystem* dataSystem = nullptr;
 };

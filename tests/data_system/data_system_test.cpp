@@ -47,7 +47,6 @@ TEST_F(CDataSystemTest, TwoDataSystemsOverOneStorageSystemShareOneLock) {
 }
 
 TEST_F(CDataSystemTest, AFailingInitOfOneValueLeavesNoObjectAndReturnsItsCode) {
-  StorageFaults faults;
   faults.failOpenValue = Name(Schema::kPlainGuid);
   CountingReleaseHandler handler;
   ASSERT_EQ(OpenStorage(AccessFromFlags(&Schema::RootModel(), 0), &dataStorage), ErrorNone);

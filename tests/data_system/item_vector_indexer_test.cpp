@@ -73,8 +73,7 @@ TEST_F(CItemVectorIndexerTest, GetItemIndexOfAnItemThatIsNoInstanceReturnsNoInde
 }
 
 TEST_F(CItemVectorIndexerTest, AFirstFailingInitOfANewInstanceReturnsAtOnceWithoutRetrying) {
-  StorageFaults faults;
-  ASSERT_EQ(OpenFaulty(faults), ErrorNone);
+  ASSERT_EQ(OpenFaulty(), ErrorNone);
   LogSetLevel(LogLevelInfo);
   faults.failOpenValue = Name(Schema::kWeightGuid);
   IItem* item = nullptr;

@@ -132,9 +132,8 @@ TEST_F(CStorageSystemStoreDelegateTest, RightsFlagsAndCacheModesFollowModelsPare
 }
 
 TEST_F(CStorageSystemStoreDelegateTest, AStoreWhoseStorageLacksNotificationsHasInsertEraseAloneAndReadsEachTime) {
-  StorageFaults faults;
   faults.maskedCapabilities = StorageSystem::StorageCapabilityNotifications;
-  ASSERT_EQ(OpenFaulty(faults), ErrorNone) << capture.Text();
+  ASSERT_EQ(OpenFaulty(), ErrorNone) << capture.Text();
   EXPECT_EQ(Settings()->GetNotificationFlags(), static_cast<std::uint32_t>(NOTIFY_INSERT_ERASE));
   EXPECT_EQ(Facet(u"Settings")->GetValueCacheMode(), static_cast<std::uint32_t>(CACHE_LAZY | CACHE_NONE | CACHE_ON_WRITE));
   auto* level = Value<std::uint32_t>(u"Settings.Level");

@@ -49,6 +49,7 @@ TEST_F(StoreMonitorTest, AScanWithNoChangeCallsNoMonitor) {
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   IItem* item = nullptr;
+  TreeLock hold(dataSystem);
   ASSERT_EQ(settings->InsertDefaultItem(u"Profile", &item), ErrorNone);
   ASSERT_EQ(settings->Update(), ErrorNone);
   ASSERT_EQ(settings->Update(), ErrorNone);
@@ -60,6 +61,7 @@ TEST_F(StoreMonitorTest, TwoMonitorsOnOneStoreAreCalledInOrderOfRegistration) {
   NamedMonitor first("first", journal), second("second", journal);
   ASSERT_EQ(settings->RegisterMonitor(&first, MONITOR_DIRECT), ErrorNone);
   ASSERT_EQ(settings->RegisterMonitor(&second, MONITOR_DIRECT), ErrorNone);
+  TreeLock hold(dataSystem);
   WriteDword(SettingsKey(), Name(Schema::kLevelGuid), 7);
   ASSERT_EQ(settings->Update(), ErrorNone);
   EXPECT_EQ(journal, (std::vector<std::string>{"first value Level", "second value Level"}));
@@ -72,6 +74,7 @@ TEST_F(StoreMonitorTest, AMonitorOnAParentHearsAChangeInAnInheritingSubStoreBefo
   IStore* inner = Store(u"Settings.Inner");
   ASSERT_EQ(inner->RegisterMonitor(&child, MONITOR_DIRECT), ErrorNone);
   ASSERT_EQ(settings->RegisterMonitor(&parent, MONITOR_DIRECT), ErrorNone);
+  TreeLock hold(dataSystem);
   WriteDword(SettingsKey() + u"\\" + Name(Schema::kInnerGuid), Name(Schema::kCountGuid), 3);
   ASSERT_EQ(settings->Update(), ErrorNone);
   EXPECT_EQ(journal, (std::vector<std::string>{"parent value Count", "child value Count"}));
@@ -85,6 +88,7 @@ TEST_F(StoreMonitorTest, AMonitorOnAParentDoesNotHearASubStoreThatHasASubscripti
   IStore* watched = Store(u"Archive.Watched");
   ASSERT_EQ(archive->RegisterMonitor(&parent, MONITOR_DIRECT), ErrorNone);
   ASSERT_EQ(watched->RegisterMonitor(&child, MONITOR_DIRECT), ErrorNone);
+  TreeLock hold(dataSystem);
   WriteDword(ArchiveKey() + u"\\" + Name(Schema::kWatchedGuid), Name(Schema::kWatchedValueGuid), 4);
   ASSERT_EQ(archive->Update(), ErrorNone);
   EXPECT_TRUE(journal.empty());
@@ -99,6 +103,7 @@ TEST_F(StoreMonitorTest, DuringOnItemEraseTheItemIsAliveAndAfterTheTopScanItRead
   ASSERT_EQ(settings->InsertDefaultItemByNameRef(u"Profile", &profile), ErrorNone);
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
+  TreeLock hold(dataSystem);
   ASSERT_EQ(Platform::RegDeleteTreeW(sandbox.Root(), ProfileKey(0).c_str()), Platform::ERROR_SUCCESS);
   ASSERT_EQ(settings->Update(), ErrorNone);
   std::vector<HeardNotification> heard = monitor.Heard();
@@ -121,6 +126,7 @@ TEST_F(StoreMonitorTest, AMonitorOnAnErasedInstanceHearsItsOwnErasureToo) {
   auto* instance = static_cast<IStore*>(profile->GetInterface(&IID_IStore));
   ASSERT_EQ(settings->RegisterMonitor(&onSettings, MONITOR_DIRECT), ErrorNone);
   ASSERT_EQ(instance->RegisterMonitor(&onInstance, MONITOR_DIRECT), ErrorNone);
+  TreeLock hold(dataSystem);
   ASSERT_EQ(Platform::RegDeleteTreeW(sandbox.Root(), ProfileKey(0).c_str()), Platform::ERROR_SUCCESS);
   ASSERT_EQ(settings->Update(), ErrorNone);
   EXPECT_EQ(journal, (std::vector<std::string>{"settings erase Profile", "instance erase Profile"}));
@@ -134,6 +140,7 @@ TEST_F(StoreMonitorTest, AnInstanceAddedInStorageIsInsertedAndHeardWithItsLogica
   ASSERT_EQ(settings->InsertDefaultItem(u"Profile", &item), ErrorNone);
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
+  TreeLock hold(dataSystem);
   WriteDword(ProfileKey(3), Name(Schema::kWeightGuid), 33);
   ASSERT_EQ(settings->Update(), ErrorNone);
   std::vector<HeardNotification> heard = monitor.Heard();
@@ -147,6 +154,7 @@ TEST_F(StoreMonitorTest, AnInstanceAddedInStorageIsInsertedAndHeardWithItsLogica
 TEST_F(StoreMonitorTest, InsertsAndErasesComeBeforeValueChangesAndSubStoresComeLast) {
   NamedMonitor monitor("m", journal);
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
+  TreeLock hold(dataSystem);
   WriteDword(SettingsKey() + u"\\" + Name(Schema::kInnerGuid), Name(Schema::kCountGuid), 3);
   WriteDword(SettingsKey(), Name(Schema::kLevelGuid), 7);
   WriteDword(ProfileKey(0), Name(Schema::kWeightGuid), 1);
@@ -157,18 +165,21 @@ TEST_F(StoreMonitorTest, InsertsAndErasesComeBeforeValueChangesAndSubStoresComeL
 
 TEST_F(StoreMonitorTest, AProcessDoesNotHearItsOwnWritesButDoesInLocalOnMode) {
   RecordingMonitor monitor;
-  ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
-  ASSERT_EQ(Value<std::uint32_t>(u"Settings.Level")->Set(std::array<std::uint32_t, 1>{6}.data()), ErrorNone);
-  ASSERT_EQ(settings->Update(), ErrorNone);
-  EXPECT_EQ(monitor.Count(), 0u);
-  ASSERT_EQ(settings->UnregisterMonitor(&monitor), ErrorNone);
-
+  {
+    TreeLock hold(dataSystem);
+    ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
+    ASSERT_EQ(Value<std::uint32_t>(u"Settings.Level")->Set(std::array<std::uint32_t, 1>{6}.data()), ErrorNone);
+    ASSERT_EQ(settings->Update(), ErrorNone);
+    EXPECT_EQ(monitor.Count(), 0u) << monitor.Summary();
+    ASSERT_EQ(settings->UnregisterMonitor(&monitor), ErrorNone);
+  }
   ASSERT_EQ(Open(DS_LOCAL_ON), ErrorNone);
   settings = Store(u"Settings");
+  TreeLock hold(dataSystem);
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_EQ(Value<std::uint32_t>(u"Settings.Level")->Set(std::array<std::uint32_t, 1>{8}.data()), ErrorNone);
   ASSERT_EQ(settings->Update(), ErrorNone);
-  ASSERT_EQ(monitor.Count(), 1u);
+  ASSERT_EQ(monitor.Count(), 1u) << monitor.Summary();
   EXPECT_EQ(monitor.Heard()[0].path, "TestData.Settings.Level");
   ASSERT_EQ(settings->UnregisterMonitor(&monitor), ErrorNone);
 }
@@ -177,6 +188,7 @@ TEST_F(StoreMonitorTest, AValueThatCannotBeReadIsLoggedAndTheScanGoesOnWithTheNe
   LogSetLevel(LogLevelInfo);
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
+  TreeLock hold(dataSystem);
   ASSERT_EQ(Platform::RegDeleteKeyValueW(sandbox.Root(), SettingsKey().c_str(), Name(Schema::kLevelGuid).c_str()),
             Platform::ERROR_SUCCESS);
   ASSERT_EQ(SetRawString(SettingsKey().c_str(), Name(Schema::kTitleGuid).c_str(), u"Changed"), Platform::ERROR_SUCCESS);
@@ -192,12 +204,12 @@ TEST_F(StoreMonitorTest, AValueThatCannotBeReadIsLoggedAndTheScanGoesOnWithTheNe
 }
 
 TEST_F(StoreMonitorTest, AFailingVectorScanIsLoggedAndTheOtherIndexersAreScannedAnyway) {
-  StorageFaults faults;
-  ASSERT_EQ(OpenFaulty(faults), ErrorNone);
+  ASSERT_EQ(OpenFaulty(), ErrorNone);
   settings = Store(u"Settings");
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   faults.failOpenValue = Name(Schema::kWeightGuid);
+  TreeLock hold(dataSystem);
   WriteDword(ProfileKey(2), Name(Schema::kStateGuid), 1);
   WriteDword(SettingsKey(), Name(Schema::kTagGuid, 4), 104);
   EXPECT_EQ(settings->Update(), ErrorNone);
@@ -229,11 +241,14 @@ TEST_F(StoreMonitorTest, AsynchronousDeliveryHasANullListAndAnItemDeletedMeanwhi
   IItem* item = nullptr;
   ASSERT_EQ(settings->InsertDefaultItem(u"Profile", &item), ErrorNone);
   GatedAsyncMonitor monitor;
-  ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_ASYNC), ErrorNone);
-  ASSERT_EQ(Platform::RegDeleteTreeW(sandbox.Root(), ProfileKey(0).c_str()), Platform::ERROR_SUCCESS);
-  ASSERT_EQ(settings->Update(), ErrorNone);
-  EXPECT_EQ(settings->GetItemCount(&Schema::kProfileGuid), 0u);
-  ASSERT_EQ(settings->UnregisterMonitor(&monitor), ErrorNone);
+  {
+    TreeLock hold(dataSystem);
+    ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_ASYNC), ErrorNone);
+    ASSERT_EQ(Platform::RegDeleteTreeW(sandbox.Root(), ProfileKey(0).c_str()), Platform::ERROR_SUCCESS);
+    ASSERT_EQ(settings->Update(), ErrorNone);
+    EXPECT_EQ(settings->GetItemCount(&Schema::kProfileGuid), 0u);
+    ASSERT_EQ(settings->UnregisterMonitor(&monitor), ErrorNone);
+  }
   monitor.gate.set_value();
   auto seen = monitor.seen.get_future();
   ASSERT_EQ(seen.wait_for(std::chrono::seconds(5)), std::future_status::ready);

@@ -104,6 +104,8 @@ TEST_F(CValueTTest, SetOfAShorterStringThatFitsKeepsTheRecordedLengthSoTheNextRe
   ASSERT_EQ(Open(), ErrorNone);
   auto* title = Value<WideString>(u"Settings.Title");
   IStorageSystemValue* facet = Facet(u"Settings.Title");
+  // Refresh belongs to a scan, which holds the tree's lock.
+  TreeLock hold(dataSystem);
   ASSERT_EQ(title->Set(u"abcdefgh"), ErrorNone);
   bool changed = true;
   ASSERT_EQ(facet->Refresh(&changed), ErrorNone);
@@ -118,10 +120,9 @@ TEST_F(CValueTTest, SetOfAShorterStringThatFitsKeepsTheRecordedLengthSoTheNextRe
 }
 
 TEST_F(CValueTTest, InitOfAValueWhoseReadKeepsFailingSucceedsAfterElevenReads) {
-  StorageFaults faults;
   faults.failReadOf = Name(Schema::kPlainGuid);
   faults.readFailuresLeft = 1000;
-  ASSERT_EQ(OpenFaulty(faults), ErrorNone) << capture.Text();
+  ASSERT_EQ(OpenFaulty(), ErrorNone) << capture.Text();
   EXPECT_EQ(faults.reads[Name(Schema::kPlainGuid)], 11);
   // Each report shows twice on the debug channel while no debugger watches.
   EXPECT_EQ(CountLogged("in function Testing::FaultyValue::Read"), 2 * 11);
@@ -131,8 +132,7 @@ TEST_F(CValueTTest, InitOfAValueWhoseReadKeepsFailingSucceedsAfterElevenReads) {
 }
 
 TEST_F(CValueTTest, GetAfterAFailedReadGivesTheLastValueWithoutAReportOfItsOwn) {
-  StorageFaults faults;
-  ASSERT_EQ(OpenFaulty(faults), ErrorNone);
+  ASSERT_EQ(OpenFaulty(), ErrorNone);
   auto* plain = Value<std::uint32_t>(u"Archive.Plain");
   EXPECT_EQ(*plain->Get(), 7u);
   faults.failReadOf = Name(Schema::kPlainGuid);
@@ -165,6 +165,7 @@ TEST_F(CValueTTest, ResetWritesTheModelsDefaultAndAComputedDefaultGetsTheLogical
 TEST_F(CValueTTest, AGuidValueRoundTripsAndRefreshComparesAllSixteenBytes) {
   ASSERT_EQ(Open(), ErrorNone);
   auto* id = Value<Common::GUID>(u"Settings.Id");
+  TreeLock hold(dataSystem);
   Common::GUID next = Schema::kDefaultId;
   next.Data4[7] ^= 1;
   ASSERT_EQ(id->Set(&next), ErrorNone);
@@ -184,6 +185,8 @@ TEST_F(CValueTTest, AValueOfAStoreWithoutWatchReadsStorageOnEachGet) {
   EXPECT_EQ(*plain->Get(), 9u);
   auto* level = Value<std::uint32_t>(u"Settings.Level");
   EXPECT_EQ(*level->Get(), 5u);
+  // The storage's notification would refresh the cache; it waits for the lock.
+  TreeLock hold(dataSystem);
   WriteDword(SettingsKey(), Name(Schema::kLevelGuid), 8);
   EXPECT_EQ(*level->Get(), 5u) << "a watched store's value reads its cache";
 }
