@@ -1,5 +1,6 @@
 #include "audio_service/halcyra_daemon_module.h"
 
+#include "audio_service/default_noise_reduction.h"
 #include "audio_service/ext_inf_issue_patcher.h"
 #include "foundation/registry_helper.h"
 
@@ -26,6 +27,7 @@ ErrorCode CHalcyraDaemonModule::OnStart() {
   ExtInfIssuePatcher::PatchSupportedDevices();
   SeedMachineValue(u"SOFTWARE\\Velorin\\VelorinV3\\AudioApplication", u"ProcessSystemSounds", 1);
   SeedMachineValue(u"SOFTWARE\\Velorin\\VelorinV3", u"APOBypass", 0);
+  ApplyDefaultNoiseReduction();
   m_rtkHelper.Start();
   return ErrorNone;
 }

@@ -1,8 +1,110 @@
 #include "audio_service/rtk_gen3_aec_helper.h"
 
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include "audio_service/hardware_id.h"
+#include "audio_service/pool_task.h"
+#include "foundation/error.h"
+#include "foundation/heap_block.h"
 #include "foundation/log.h"
+#include "platform/policy_config.h"
+#include "platform/shell_string.h"
 
 using namespace Platform;
+
+namespace {
+
+// Both live in the effects store and share a format id; the property id tells them apart.
+constexpr PROPERTYKEY PKEY_RtkBssEnable = {
+    {0x911DFF54, 0x0B79, 0x4E96, {0xB3, 0xDE, 0x57, 0x7F, 0x23, 0x5B, 0x61, 0x9B}}, 2};
+constexpr PROPERTYKEY PKEY_RtkBssReset = {
+    {0x911DFF54, 0x0B79, 0x4E96, {0xB3, 0xDE, 0x57, 0x7F, 0x23, 0x5B, 0x61, 0x9B}}, 15};
+
+// The hardware of the filter, in the order of the search, as they appear in an upper-cased id.
+constexpr const char16_t* kRealtekFilter[] = {
+    u"VEN_10EC&DEV_1168", u"VEN_10EC&DEV_1220", u"VEN_10EC&DEV_1150",
+    u"VID_0B05&PID_1915", u"VID_0B05&PID_1916", u"VID_0B05&PID_1917",
+};
+
+constexpr std::size_t kHardwareIdCapacity = 260;
+constexpr auto kTaskWait = std::chrono::seconds(1);
+
+// The property id first, then the format id as two 64-bit words.
+bool IsKey(const PROPERTYKEY& key, const PROPERTYKEY& wanted) {
+  if (key.pid != wanted.pid) return false;
+  std::uint64_t words[2];
+  std::uint64_t wantedWords[2];
+  std::memcpy(words, &key.fmtid, sizeof(words));
+  std::memcpy(wantedWords, &wanted.fmtid, sizeof(wantedWords));
+  return words[0] == wantedWords[0] && words[1] == wantedWords[1];
+}
+
+// Reads `key` of the endpoint's effects store through a policy configuration client of its own.
+HRESULT ReadEffectProperty(LPCWSTR deviceId, const PROPERTYKEY& key, PROPVARIANT& value) {
+  void* object = nullptr;
+  HRESULT result = CoCreateInstance(CLSID_PolicyConfigClient, nullptr, CLSCTX_ALL, IID_IPolicyConfig, &object);
+  if (FAILED(result)) return result;
+  auto* policy = static_cast<IPolicyConfig*>(object);
+  result = policy->GetPropertyValue(deviceId, TRUE, key, &value);
+  policy->Release();
+  return result;
+}
+
+// Deliberately kept: the copy into the fixed buffer neither checks the length nor a null string,
+// which faults.
+void CopyHardwareId(char16_t (&buffer)[kHardwareIdCapacity], const char16_t* id) {
+  for (std::size_t i = 0;; ++i) {
+    buffer[i] = id[i];
+    if (id[i] == 0) return;
+  }
+}
+
+bool IsInRealtekFilter(const char16_t* upperId) {
+  const std::u16string_view id(upperId);
+  for (const char16_t* hardware : kRealtekFilter) {
+    if (id.find(hardware) != std::u16string_view::npos) return true;
+  }
+  return false;
+}
+
+// The common frame of the two tasks: a COM apartment of the task's own and a Realtek object bound
+// to the endpoint; `act` runs when the third generation serves it.
+template <class Act>
+void RunRealtekTask(LPCWSTR deviceId, Act act) {
+  const HRESULT comInit = CoInitialize(nullptr);
+  IRtkBssApi* api = nullptr;
+  IRtkBssApi2* api2 = nullptr;
+  void* object = nullptr;
+  if (FAILED(CoCreateInstance(CLSID_RtkBssApi, nullptr, CLSCTX_INPROC_SERVER, IID_IRtkBssApi, &object))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::failed to create RtkBssApi instance, Gen 1 is supported");
+  } else {
+    api = static_cast<IRtkBssApi*>(object);
+    object = nullptr;
+    if (FAILED(api->Initialize(deviceId))) {
+      LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::failed to initialize RtkBssApi");
+    } else if (FAILED(api->QueryInterface(IID_IRtkBssApi2, &object))) {
+      LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::failed to query IRtkBssApi2");
+    } else {
+      api2 = static_cast<IRtkBssApi2*>(object);
+      BOOL supported = FALSE;
+      if (FAILED(api2->IsGen3Supported(&supported))) {
+        LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::Gen3 is not supported");
+      } else if (supported != FALSE) {
+        act(api);
+      }
+    }
+  }
+  if (api2 != nullptr) api2->Release();
+  if (api != nullptr) api->Release();
+  if (SUCCEEDED(comInit)) CoUninitialize();
+}
+
+}  // namespace
 
 RtkGen3AECHelper::RtkGen3AECHelper() {
   if (SUCCEEDED(CoCreateFreeThreadedMarshaler(static_cast<IMMNotificationClient*>(this), &m_marshalerOwner))) {
@@ -18,6 +120,10 @@ RtkGen3AECHelper::RtkGen3AECHelper() {
 
 RtkGen3AECHelper::~RtkGen3AECHelper() {
   if (SUCCEEDED(m_comInit)) CoUninitialize();
+  // A task still running runs this library's code: it is waited for, as a standard asynchronous
+  // result is, so that the code stays while it runs.
+  for (std::future<void>& task : m_tasks) task.wait();
+  m_tasks.clear();
   if (m_enumerator != nullptr) m_enumerator->Release();
   if (m_marshalerOwner != nullptr) m_marshalerOwner->Release();
 }
@@ -40,10 +146,55 @@ void RtkGen3AECHelper::Start() {
 }
 
 void RtkGen3AECHelper::Stop() {
-  if (m_enumerator == nullptr) return;
-  static_cast<void>(m_enumerator->UnregisterEndpointNotificationCallback(this));
-  m_enumerator->Release();
-  m_enumerator = nullptr;
+  if (m_enumerator != nullptr) {
+    static_cast<void>(m_enumerator->UnregisterEndpointNotificationCallback(this));
+    m_enumerator->Release();
+    m_enumerator = nullptr;
+  }
+  // Each wait is measured from its own start; a task that overruns goes on after Stop.
+  for (std::future<void>& task : m_tasks) static_cast<void>(task.wait_for(kTaskWait));
+}
+
+void RtkGen3AECHelper::RunBssModeTask(LPCWSTR deviceId) {
+  RunRealtekTask(deviceId, [&](IRtkBssApi* api) { SetRtkBSSMode(api, deviceId); });
+}
+
+void RtkGen3AECHelper::RunBssResetTask(LPCWSTR deviceId) {
+  RunRealtekTask(deviceId, [](IRtkBssApi* api) { static_cast<void>(api->ClearBss(0)); });
+}
+
+void RtkGen3AECHelper::SetRtkBSSMode(IRtkBssApi* api, LPCWSTR deviceId) {
+  void* object = nullptr;
+  if (FAILED(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator,
+                              &object))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::SetRtkBSSMode - Failed to create the MMDeviceEnumerator");
+    return;
+  }
+  auto* enumerator = static_cast<IMMDeviceEnumerator*>(object);
+  IMMDevice* device = nullptr;
+  LPWSTR hardwareId = nullptr;
+  if (FAILED(enumerator->GetDevice(deviceId, &device))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::SetRtkBSSMode - GetDevice->failed");
+  } else if (FAILED(GetHWID(device, &hardwareId))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::SetRtkBSSMode - GetHWID->failed");
+  } else {
+    // Deliberately kept: a hardware id that GetHWID gave as no string (an empty property) is not
+    // looked for before the copy.
+    char16_t upperId[kHardwareIdCapacity];
+    CopyHardwareId(upperId, hardwareId);
+    FreeBlock(hardwareId);
+    CharUpperW(upperId);
+    const bool inFilter = IsInRealtekFilter(upperId);
+    DWORD mode = 0;
+    static_cast<void>(api->GetBssMode(&mode));
+    if (inFilter) {
+      if ((mode & ~DWORD{4}) == 0) static_cast<void>(api->SetBssMode(3));
+    } else if (mode == 0) {
+      static_cast<void>(api->SetBssMode(1));
+    }
+  }
+  if (device != nullptr) device->Release();
+  enumerator->Release();
 }
 
 HRESULT RtkGen3AECHelper::QueryInterface(REFIID iid, void** object) {
@@ -68,7 +219,35 @@ HRESULT RtkGen3AECHelper::OnDeviceStateChanged(LPCWSTR, DWORD) { return S_OK; }
 HRESULT RtkGen3AECHelper::OnDeviceAdded(LPCWSTR) { return S_OK; }
 HRESULT RtkGen3AECHelper::OnDeviceRemoved(LPCWSTR) { return S_OK; }
 HRESULT RtkGen3AECHelper::OnDefaultDeviceChanged(EDataFlow, ERole, LPCWSTR) { return S_OK; }
-HRESULT RtkGen3AECHelper::OnPropertyValueChanged(LPCWSTR, const PROPERTYKEY) { return S_OK; }
+HRESULT RtkGen3AECHelper::OnPropertyValueChanged(LPCWSTR deviceId, const PROPERTYKEY key) {
+  const bool enable = IsKey(key, PKEY_RtkBssEnable);
+  if (!enable && !IsKey(key, PKEY_RtkBssReset)) return S_OK;
+  const HRESULT comInit = CoInitialize(nullptr);
+  PROPVARIANT value{};
+  // The result is not looked at: a failed read leaves the value empty, which never fires.
+  if (enable) {
+    if (deviceId != nullptr) static_cast<void>(ReadEffectProperty(deviceId, key, value));
+  } else {
+    static_cast<void>(deviceId != nullptr ? ReadEffectProperty(deviceId, key, value) : E_POINTER);
+  }
+  // For the reset a value of another type counts as 1, so it does not fire either.
+  const bool fires = value.vt == VT_UI4 && (enable ? value.ulVal != 0 : value.ulVal == 0);
+  PropVariantClear(&value);
+  if (fires) {
+    try {
+      std::u16string id(deviceId);
+      if (enable) {
+        m_tasks.push_back(LaunchPoolTask([this, id] { RunBssModeTask(id.c_str()); }));
+      } else {
+        m_tasks.push_back(LaunchPoolTask([this, id] { RunBssResetTask(id.c_str()); }));
+      }
+    } catch (const std::exception& e) {
+      static_cast<void>(RaiseStlException("RtkGen3AECHelper::OnPropertyValueChanged", e.what()));
+    }
+  }
+  if (SUCCEEDED(comInit)) CoUninitialize();
+  return S_OK;
+}
 
 HRESULT RtkGen3AECHelper::GetUnmarshalClass(REFIID iid, void* object, DWORD destinationContext, void* reserved,
                                             DWORD flags, CLSID* clsid) {

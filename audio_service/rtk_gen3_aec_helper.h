@@ -1,5 +1,14 @@
-// RtkGen3AECHelper: sets the echo-cancellation mode of Realtek endpoints when their properties ask
-// for it.
+// RtkGen3AECHelper: sets the echo-cancellation (BSS) mode of Realtek endpoints when their
+// properties ask for it.
+//
+// It watches two properties of the endpoints' effects store through Core Audio. When
+// PKEY_RtkBssEnable becomes a non-zero number, a task on the system thread pool sets the endpoint's
+// mode through Realtek's RtkBssApi object (SetRtkBSSMode); when PKEY_RtkBssReset becomes 0, a task
+// clears it. Only the third generation of that software is served; where the object is missing, a
+// task logs one line and does nothing more. The notification callback only reads the property and
+// launches: every firing launches a task of its own, and the waitable results are kept in launch
+// order for the life of the helper. The tasks use nothing of the helper, so they may run side by
+// side, on one endpoint too, and one that overruns the stop goes on after it.
 //
 // A COM object by shape that lives by value inside the module: its count starts at 1 and the module
 // holds that reference for its whole life, so the count never reaches 0. It is free-threaded, so
@@ -9,9 +18,12 @@
 #pragma once
 
 #include <atomic>
+#include <future>
+#include <list>
 
 #include "platform/com.h"
 #include "platform/core_audio.h"
+#include "platform/rtk_bss_api.h"
 
 class RtkGen3AECHelper final : public Platform::IMMNotificationClient, public Platform::IMarshal {
 public:
@@ -30,6 +42,9 @@ public:
   Platform::HRESULT OnDeviceRemoved(Platform::LPCWSTR deviceId) override;
   Platform::HRESULT OnDefaultDeviceChanged(Platform::EDataFlow flow, Platform::ERole role,
                                            Platform::LPCWSTR defaultDeviceId) override;
+  // Acts on PKEY_RtkBssEnable and PKEY_RtkBssReset only; any other key returns at once without a
+  // COM call. Reads the property from the effects store and, when it fires, launches the task for
+  // it without waiting. Always S_OK. Core Audio's notification thread.
   Platform::HRESULT OnPropertyValueChanged(Platform::LPCWSTR deviceId, const Platform::PROPERTYKEY key) override;
 
   // Forwarded to the free-threaded marshaler; E_OUTOFMEMORY when none could be made.
@@ -50,8 +65,23 @@ public:
   // failed. The daemon's control thread.
   void Start();
 
-  // Unsubscribes and drops the enumerator, if there is one. The daemon's control thread.
+  // Unsubscribes and drops the enumerator, if there is one; then waits for each task ever launched,
+  // in launch order, for at most one second each, and returns whether they finished or not. The
+  // daemon's control thread.
   void Stop();
+
+  // The two tasks, on a pool thread with a COM apartment of their own. Each makes a Realtek object
+  // bound to `deviceId` and, if the third generation serves the endpoint, sets its mode
+  // (SetRtkBSSMode) or clears it (ClearBss(0)). A failing step logs its one line at error level and
+  // ends the task.
+  void RunBssModeTask(Platform::LPCWSTR deviceId);
+  void RunBssResetTask(Platform::LPCWSTR deviceId);
+
+  // Sets the mode of the endpoint `deviceId` through `api` (borrowed, bound to it): on an endpoint
+  // whose upper-cased hardware id holds one of the Realtek filter's ids, mode 0 or 4 becomes 3;
+  // elsewhere mode 0 becomes 1; every other mode is left. A failing step logs its one line at error
+  // level and ends the call. The calling pool thread.
+  void SetRtkBSSMode(Platform::IRtkBssApi* api, Platform::LPCWSTR deviceId);
 
   // The enumerator of the subscription, or null; borrowed.
   Platform::IMMDeviceEnumerator* Enumerator() const { return m_enumerator; }
@@ -62,5 +92,9 @@ private:
   Platform::IMarshal* m_marshaler = nullptr;
   // Owned; used for the subscription only.
   Platform::IMMDeviceEnumerator* m_enumerator = nullptr;
+  // One waitable result for each task ever launched, in launch order; entries leave only with the
+  // helper. Appended on the notification thread and walked by Stop after it has unsubscribed: that
+  // order is the only protection.
+  std::list<std::future<void>> m_tasks;
   Platform::HRESULT m_comInit;
 };

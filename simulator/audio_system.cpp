@@ -12,7 +12,8 @@ using namespace Platform;
 
 AudioSystemState::AudioSystemState(AudioRoot root, std::function<void(const std::u16string&)> messageSink)
     : m_messageSink(std::move(messageSink)),
-      m_endpoints(std::move(root), [this](const std::u16string& message) { Report(message); }) {}
+      m_endpoints(root, [this](const std::u16string& message) { Report(message); }),
+      m_settings(root) {}
 
 AudioSystemState::~AudioSystemState() { Shutdown(); }
 
@@ -97,35 +98,15 @@ void AudioSystemState::Shutdown() {
 }
 
 DWORD AudioSystemState::BssMode(const std::u16string& deviceId) const {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  auto found = m_bssModes.find(deviceId);
-  return found == m_bssModes.end() ? 0 : found->second;
+  Endpoint endpoint;
+  if (!m_endpoints.Find(deviceId.c_str(), endpoint)) return 0;
+  return m_endpoints.BssMode(endpoint);
 }
 
-void AudioSystemState::SetBssMode(const std::u16string& deviceId, DWORD mode) {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  m_bssModes[deviceId] = mode;
-}
-
-bool AudioSystemState::Gen3Supported() const {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  return m_gen3Supported;
-}
-
-void AudioSystemState::SetGen3Supported(bool supported) {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  m_gen3Supported = supported;
-}
-
-std::optional<DWORD> AudioSystemState::Parameter(DWORD number) const {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  auto found = m_parameters.find(number);
-  return found == m_parameters.end() ? std::nullopt : std::optional<DWORD>(found->second);
-}
-
-void AudioSystemState::SetParameter(DWORD number, DWORD value) {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  m_parameters[number] = value;
+HRESULT AudioSystemState::SetBssMode(const std::u16string& deviceId, DWORD mode) {
+  Endpoint endpoint;
+  if (!m_endpoints.Find(deviceId.c_str(), endpoint)) return E_NOTFOUND;
+  return m_endpoints.SetBssMode(endpoint, mode);
 }
 
 AudioSystem::AudioSystem(AudioRoot root, std::function<void(const std::u16string&)> messageSink)

@@ -6,15 +6,15 @@
 // notification thread of this system, which watches the endpoints' subtree and reports each change
 // made by any process (OnDeviceAdded, OnDeviceRemoved, OnDeviceStateChanged,
 // OnPropertyValueChanged), as Core Audio does. The Realtek object keeps a BSS mode per endpoint and
-// the audio processing service its parameters, in memory. Every object records the calls it
-// received in the CallLog, and tests can make operations fail there.
+// the audio processing service its parameters, in the registry too (EndpointRegistry,
+// ComponentSettings), where any process can see them. Every object records the calls it received
+// in the CallLog, and tests can make operations fail there.
 //
 // The simulated objects share the system's state, so they stay usable while anybody holds them;
 // once the AudioSystem itself is destroyed no notification is delivered any more. Thread-safe.
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -23,6 +23,7 @@
 
 #include "platform/core_audio.h"
 #include "simulator/call_log.h"
+#include "simulator/component_settings.h"
 #include "simulator/endpoint_registry.h"
 
 namespace Simulator {
@@ -36,6 +37,7 @@ public:
   ~AudioSystemState();
 
   EndpointRegistry& Endpoints() { return m_endpoints; }
+  const ComponentSettings& Settings() const { return m_settings; }
   CallLog& Calls() { return m_calls; }
 
   // Sends a refusal to the message sink, once per distinct text.
@@ -58,16 +60,19 @@ public:
   // Held by the notification thread while it calls clients.
   std::mutex& DeliveryMutex() { return m_deliveryMutex; }
 
-  // The Realtek object's state: the BSS mode of each endpoint (0 until set) and whether the third
-  // generation is served.
+  // The Realtek object's state: the BSS mode of each endpoint (0 until set, and for an endpoint that
+  // is not there) and whether the third generation is served. SetBssMode returns S_OK, E_NOTFOUND
+  // for a missing endpoint, or HRESULT_FROM_WIN32 of the registry's failure.
   Platform::DWORD BssMode(const std::u16string& deviceId) const;
-  void SetBssMode(const std::u16string& deviceId, Platform::DWORD mode);
-  bool Gen3Supported() const;
-  void SetGen3Supported(bool supported);
+  Platform::HRESULT SetBssMode(const std::u16string& deviceId, Platform::DWORD mode);
+  bool Gen3Supported() const { return m_settings.Gen3Supported(); }
+  Platform::HRESULT SetGen3Supported(bool supported) { return m_settings.SetGen3Supported(supported); }
 
   // The audio processing service's parameters, by number; empty until set.
-  std::optional<Platform::DWORD> Parameter(Platform::DWORD number) const;
-  void SetParameter(Platform::DWORD number, Platform::DWORD value);
+  std::optional<Platform::DWORD> Parameter(Platform::DWORD number) const { return m_settings.Parameter(number); }
+  Platform::HRESULT SetParameter(Platform::DWORD number, Platform::DWORD value) {
+    return m_settings.SetParameter(number, value);
+  }
 
 private:
   std::mutex m_deliveryMutex;
@@ -83,11 +88,9 @@ private:
   std::set<std::u16string> m_reported;
   std::vector<std::u16string> m_messages;
   EndpointRegistry m_endpoints;
+  ComponentSettings m_settings;
   CallLog m_calls;
   std::vector<Platform::IMMNotificationClient*> m_clients;
-  std::map<std::u16string, Platform::DWORD> m_bssModes;
-  bool m_gen3Supported = true;
-  std::map<Platform::DWORD, Platform::DWORD> m_parameters;
 };
 
 // The owner's handle on a simulated audio system: it makes the state and, when destroyed, ends the

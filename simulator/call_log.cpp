@@ -1,12 +1,17 @@
 #include "simulator/call_log.h"
 
+#include <chrono>
+
 #include "platform/synchronization.h"
 
 namespace Simulator {
 
 void CallLog::Record(const std::string& operation, const std::string& arguments) {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  m_calls.push_back(CallRecord{operation, arguments, Platform::GetCurrentThreadId()});
+  {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_calls.push_back(CallRecord{operation, arguments, Platform::GetCurrentThreadId()});
+  }
+  m_changed.notify_all();
 }
 
 std::vector<CallRecord> CallLog::Calls() const {
@@ -25,6 +30,17 @@ std::vector<CallRecord> CallLog::CallsOf(const std::string& operation) const {
 
 std::size_t CallLog::CountOf(const std::string& operation) const { return CallsOf(operation).size(); }
 
+bool CallLog::WaitForCount(const std::string& operation, std::size_t count, int milliseconds) const {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  return m_changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [&] {
+    std::size_t seen = 0;
+    for (const CallRecord& call : m_calls) {
+      if (call.operation == operation) ++seen;
+    }
+    return seen >= count;
+  });
+}
+
 void CallLog::Clear() {
   std::lock_guard<std::mutex> lock(m_mutex);
   m_calls.clear();
@@ -41,8 +57,22 @@ void CallLog::ClearFailures() {
   m_rules.clear();
 }
 
-Platform::HRESULT CallLog::InjectedResult(const std::string& operation, const std::string& firstArgument) {
+void CallLog::HoldCalls(const std::string& operation) {
   std::lock_guard<std::mutex> lock(m_mutex);
+  m_held.insert(operation);
+}
+
+void CallLog::ReleaseCalls(const std::string& operation) {
+  {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_held.erase(operation);
+  }
+  m_changed.notify_all();
+}
+
+Platform::HRESULT CallLog::InjectedResult(const std::string& operation, const std::string& firstArgument) {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  m_changed.wait(lock, [&] { return m_held.count(operation) == 0; });
   for (auto rule = m_rules.rbegin(); rule != m_rules.rend(); ++rule) {
     if (rule->operation != operation || (!rule->argument.empty() && rule->argument != firstArgument)) continue;
     if (rule->passesLeft > 0) {

@@ -4,10 +4,13 @@
 // Every operation of every simulated object is recorded with its arguments as text, so that tests
 // can assert on the calls the system made. A test can make an operation fail: every later call of
 // that operation (optionally only with a given first argument) answers the HRESULT given instead of
-// doing its work. Thread-safe.
+// doing its work, and it can hold an operation: its calls wait until the test lets them go, so that
+// the test can see what the system does while a call is slow. Thread-safe.
 #pragma once
 
+#include <condition_variable>
 #include <cstddef>
+#include <set>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -32,6 +35,9 @@ public:
   // The calls of `operation`, in order.
   std::vector<CallRecord> CallsOf(const std::string& operation) const;
   std::size_t CountOf(const std::string& operation) const;
+  // Waits up to `milliseconds` until `operation` has been recorded `count` times in all; returns
+  // whether it has.
+  bool WaitForCount(const std::string& operation, std::size_t count, int milliseconds) const;
   void Clear();
 
   // From now on `operation` answers `result`; with a non-empty `argument`, only when its first
@@ -40,8 +46,12 @@ public:
   void FailCalls(const std::string& operation, Platform::HRESULT result, const std::string& argument = {},
                  int passFirst = 0);
   void ClearFailures();
+  // From now on calls of `operation` wait in InjectedResult until ReleaseCalls.
+  void HoldCalls(const std::string& operation);
+  // Lets the held calls of `operation`, waiting and later ones, go on.
+  void ReleaseCalls(const std::string& operation);
   // The injected answer for this call, or S_OK when it is to do its work. Counts the call against
-  // the rules that let it pass.
+  // the rules that let it pass. Waits first while the operation is held.
   Platform::HRESULT InjectedResult(const std::string& operation, const std::string& firstArgument);
 
 private:
@@ -53,8 +63,10 @@ private:
   };
 
   mutable std::mutex m_mutex;
+  mutable std::condition_variable m_changed;
   std::vector<CallRecord> m_calls;
   std::vector<Rule> m_rules;
+  std::set<std::string> m_held;
 };
 
 }  // namespace Simulator

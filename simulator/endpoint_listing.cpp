@@ -48,12 +48,16 @@ std::string Padded(std::string text, std::size_t width) {
 
 std::vector<std::string> ListEndpoints(const EndpointRegistry& endpoints) {
   std::vector<std::string> lines;
-  lines.push_back(Padded("id", 56) + "  " + Padded("flow", 7) + "  " + Padded("state", 10) + "  hardware id  markers");
+  lines.push_back(Padded("id", 56) + "  " + Padded("flow", 7) + "  " + Padded("state", 10) + "  " +
+                  Padded("bss", 3) + "  " + Padded("name", 38) + "  hardware id  markers");
   for (const Endpoint& endpoint : endpoints.List(eAll, DEVICE_STATEMASK_ALL)) {
     std::string hardwareId = ShortValue(endpoints, endpoint, PKEY_Device_InstanceId);
     std::string line = Padded(Narrow(endpoint.id), 56) + "  " +
                        Padded(endpoint.flow == eRender ? "render" : "capture", 7) + "  " +
-                       Padded(StateName(endpoint.state), 10) + "  " + hardwareId + "  markers:";
+                       Padded(StateName(endpoint.state), 10) + "  " +
+                       Padded(std::to_string(endpoints.BssMode(endpoint)), 3) + "  " +
+                       Padded(ShortValue(endpoints, endpoint, PKEY_Device_FriendlyName), 38) + "  " + hardwareId +
+                       "  markers:";
     for (const PROPERTYKEY& marker : kMarkers) line += " " + ShortValue(endpoints, endpoint, marker);
     lines.push_back(line);
   }

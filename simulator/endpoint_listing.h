@@ -1,5 +1,6 @@
 // A listing of the simulated endpoints for people: one line per endpoint with its id, flow, state,
-// hardware id and the three marker properties of the product.
+// the BSS mode that the Realtek object keeps for it, its friendly name, its hardware id and the
+// three marker properties of the product.
 #pragma once
 
 #include <string>

@@ -16,6 +16,7 @@ namespace {
 constexpr const char16_t* kRenderPrefix = u"{0.0.0.00000000}.";
 constexpr const char16_t* kCapturePrefix = u"{0.0.1.00000000}.";
 constexpr const char16_t* kDeviceState = u"DeviceState";
+constexpr const char16_t* kBssMode = u"RtkBssMode";
 
 std::u16string Number(unsigned long long value) { return Utf8ToUtf16(std::to_string(value)); }
 
@@ -398,6 +399,26 @@ HRESULT EndpointRegistry::SetState(const Endpoint& endpoint, DWORD state) const 
   if (status == ERROR_SUCCESS) {
     status = RegSetValueExW(key.get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&state),
                             sizeof(state));
+  }
+  return HRESULT_FROM_WIN32(status);
+}
+
+DWORD EndpointRegistry::BssMode(const Endpoint& endpoint) const {
+  DWORD mode = 0;
+  DWORD size = sizeof(mode);
+  if (RegGetValueW(m_root.hive, EndpointPath(endpoint).c_str(), kBssMode, RRF_RT_REG_DWORD, nullptr, &mode, &size) !=
+      ERROR_SUCCESS) {
+    return 0;
+  }
+  return mode;
+}
+
+HRESULT EndpointRegistry::SetBssMode(const Endpoint& endpoint, DWORD mode) const {
+  UniqueKey key;
+  LONG status = RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_WRITE, key.put());
+  if (status == ERROR_FILE_NOT_FOUND) return E_NOTFOUND;
+  if (status == ERROR_SUCCESS) {
+    status = RegSetValueExW(key.get(), kBssMode, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&mode), sizeof(mode));
   }
   return HRESULT_FROM_WIN32(status);
 }

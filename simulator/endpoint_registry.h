@@ -1,7 +1,8 @@
 // EndpointRegistry: the simulated endpoints, kept in the registry where Windows keeps its own.
 //
 // Below a root key, "Render" and "Capture" hold one key per endpoint, named by a braced GUID, with
-// its state in the REG_DWORD "DeviceState" and two property stores as subkeys: "Properties" (the
+// its state in the REG_DWORD "DeviceState", the mode that the Realtek object keeps for it in the
+// REG_DWORD "RtkBssMode" (0 when missing), and two property stores as subkeys: "Properties" (the
 // endpoint store) and "FxProperties" (the effects store). A property is a value named
 // "{fmtid},pid"; REG_DWORD, REG_QWORD, REG_SZ, REG_MULTI_SZ and REG_BINARY hold VT_UI4, VT_UI8,
 // VT_LPWSTR, VT_VECTOR | VT_LPWSTR and VT_BLOB values. The endpoint id is Core Audio's:
@@ -99,6 +100,12 @@ public:
   std::vector<Platform::PROPERTYKEY> PropertyKeys(const Endpoint& endpoint, bool fxStore) const;
   // Writes the endpoint's DeviceState.
   Platform::HRESULT SetState(const Endpoint& endpoint, Platform::DWORD state) const;
+
+  // The Realtek BSS mode of the endpoint, the REG_DWORD "RtkBssMode" of its key; 0 when missing.
+  Platform::DWORD BssMode(const Endpoint& endpoint) const;
+  // Writes it. Returns S_OK, E_NOTFOUND for a missing endpoint, or HRESULT_FROM_WIN32 of the
+  // registry's failure.
+  Platform::HRESULT SetBssMode(const Endpoint& endpoint, Platform::DWORD mode) const;
 
   // Creates (or overwrites) an endpoint from `definition`. Returns S_OK or HRESULT_FROM_WIN32 of the
   // registry's failure.

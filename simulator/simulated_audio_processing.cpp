@@ -22,8 +22,7 @@ public:
     if (HRESULT injected = m_state->Calls().InjectedResult("IAudioParameter::SetValue", number); injected != S_OK) {
       return injected;
     }
-    m_state->SetParameter(m_number, value);
-    return S_OK;
+    return m_state->SetParameter(m_number, value);
   }
 
 private:

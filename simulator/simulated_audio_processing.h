@@ -1,7 +1,7 @@
 // The simulated audio processing service of the product (IAudioProcessingManager, with its
 // parameter set and parameters).
 //
-// SetValue keeps the value of the parameter in the audio system. Recorded operations:
+// SetValue keeps the value of the parameter in the registry (ComponentSettings). Recorded operations:
 // "IAudioProcessingManager::GetParameterSet", "IAudioParameterSet::GetParameter" (number),
 // "IAudioParameter::SetValue" (number, value).
 #pragma once

@@ -34,8 +34,7 @@ public:
   HRESULT SetBssMode(DWORD mode) override {
     std::u16string id;
     if (HRESULT result = Enter("IRtkBssApi::SetBssMode", std::to_string(mode), id); result != S_OK) return result;
-    m_state->SetBssMode(id, mode);
-    return S_OK;
+    return m_state->SetBssMode(id, mode);
   }
 
   HRESULT GetBssMode(DWORD* mode) override {

@@ -1,8 +1,8 @@
 // The simulated Realtek BSS object (RtkBssApi with IRtkBssApi and IRtkBssApi2).
 //
-// Initialize binds the object to an existing endpoint; the modes are kept per endpoint by the
-// audio system (0 until set), and IsGen3Supported answers what the test set there (yes by
-// default). ClearBss is only recorded. Recorded operations, with the bound endpoint id as first
+// Initialize binds the object to an existing endpoint; the mode of each endpoint is kept in the
+// registry with the endpoint (0 until set), and IsGen3Supported answers what the machine's
+// settings say (yes unless set otherwise; ComponentSettings). ClearBss is only recorded. Recorded operations, with the bound endpoint id as first
 // argument: "IRtkBssApi::Initialize", "IRtkBssApi::SetBssMode", "IRtkBssApi::GetBssMode",
 // "IRtkBssApi::ClearBss", "IRtkBssApi2::IsGen3Supported".
 #pragma once

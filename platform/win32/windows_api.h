@@ -18,6 +18,7 @@
 #include "platform/critical_section.h"
 #include "platform/debug_channel.h"
 #include "platform/environment.h"
+#include "platform/file_system.h"
 #include "platform/heap.h"
 #include "platform/module.h"
 #include "platform/process.h"

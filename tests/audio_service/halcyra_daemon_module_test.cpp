@@ -55,7 +55,7 @@ TEST_F(HalcyraDaemonModuleTest, TwoStartsAndOneStopLeaveItRunning) {
   module.Stop(&manager);
   EXPECT_TRUE(module.IsStarted());
   EXPECT_EQ(module.GetState(), 2);
-  EXPECT_EQ(EnumeratorsCreated(), 2u);  // one start: the patcher's and the helper's
+  EXPECT_EQ(EnumeratorsCreated(), 3u);  // one start: the patcher's, the noise reduction's and the helper's
   EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::UnregisterEndpointNotificationCallback"), 0u);
 }
 
@@ -94,8 +94,8 @@ TEST_F(HalcyraDaemonModuleTest, StartPatchesEndpointsAndSubscribesTheRealtekHelp
 }
 
 TEST_F(HalcyraDaemonModuleTest, FailingEnumeratorCreationGivesOneErrorLineAndStartSucceeds) {
-  // The patcher's enumerator is made; the helper's is not.
-  machine.audio.Calls().FailCalls("CoCreateInstance", E_FAIL, Simulator::GuidString(CLSID_MMDeviceEnumerator), 1);
+  // The patcher's and the noise reduction's enumerators are made; the helper's is not.
+  machine.audio.Calls().FailCalls("CoCreateInstance", E_FAIL, Simulator::GuidString(CLSID_MMDeviceEnumerator), 2);
   EXPECT_EQ(module.Start(&manager), ErrorNone);
   EXPECT_EQ(machine.capture.Text(), "RtkGen3AECHelper::Start Failed to create the MMDeviceEnumerator\n");
   EXPECT_EQ(module.RtkHelper().Enumerator(), nullptr);
@@ -129,8 +129,25 @@ TEST_F(HalcyraDaemonModuleTest, StopThenStartPatchesAndWritesAgainWithANewEnumer
   EXPECT_EQ(machine.capture.Text(), kPatchedLine);
   EXPECT_EQ(machine.MachineNumber(kApplicationKey, u"ProcessSystemSounds"), 1);
   EXPECT_EQ(machine.MachineNumber(kProductKeyV3, u"APOBypass"), 0);
-  EXPECT_EQ(EnumeratorsCreated(), 4u);
+  EXPECT_EQ(EnumeratorsCreated(), 6u);
   EXPECT_EQ(machine.audio.Calls().CountOf("IMMDeviceEnumerator::RegisterEndpointNotificationCallback"), 2u);
+}
+
+TEST_F(HalcyraDaemonModuleTest, StartAppliesTheNoiseReductionDefaultAfterTheRegistryWritesAndBeforeSubscribing) {
+  machine.CreateProductKeys();
+  machine.AddEndpoint(eRender, u"{3A2B3C4D-0000-4000-8000-000000000002}", DEVICE_STATE_ACTIVE,
+                      u"HDAUDIO\\FUNC_01&VEN_10EC&DEV_0294&SUBSYS_104315C1&REV_1000");
+  ASSERT_EQ(module.Start(&manager), ErrorNone);
+  EXPECT_EQ(machine.MachineNumber(kProductKeyV3, u"DefaultNoiseReduction"), 1);
+  std::vector<std::string> order;
+  for (const Simulator::CallRecord& call : machine.audio.Calls().Calls()) {
+    if (call.operation == "IAudioProcessingManager::GetParameterSet" ||
+        call.operation == "IMMDeviceEnumerator::RegisterEndpointNotificationCallback") {
+      order.push_back(call.operation);
+    }
+  }
+  EXPECT_EQ(order, (std::vector<std::string>{"IAudioProcessingManager::GetParameterSet",
+                                             "IMMDeviceEnumerator::RegisterEndpointNotificationCallback"}));
 }
 
 TEST_F(HalcyraDaemonModuleTest, ExtensionOneIsTheModulesEventListener) {

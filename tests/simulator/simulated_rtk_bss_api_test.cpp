@@ -44,10 +44,37 @@ TEST_F(SimulatedRtkBssApiTest, SecondInterfaceAnswersWhatTheTestSet) {
   BOOL supported = FALSE;
   ASSERT_EQ(api2->IsGen3Supported(&supported), S_OK);
   EXPECT_EQ(supported, TRUE);
-  audio.State()->SetGen3Supported(false);
+  ASSERT_EQ(audio.State()->SetGen3Supported(false), S_OK);
   ASSERT_EQ(api2->IsGen3Supported(&supported), S_OK);
   EXPECT_EQ(supported, FALSE);
   api2->Release();
+}
+
+TEST_F(SimulatedRtkBssApiTest, TheModeLivesInTheRegistryWithTheEndpoint) {
+  std::u16string id = AddEndpoint(eCapture, kKey1);
+  ASSERT_EQ(api->Initialize(id.c_str()), S_OK);
+  ASSERT_EQ(api->SetBssMode(4), S_OK);
+  DWORD stored = 0;
+  DWORD size = sizeof(stored);
+  ASSERT_EQ(RegGetValueW(Testing::kSimulatorRoot.hive, EndpointPath(eCapture, kKey1).c_str(), u"RtkBssMode",
+                         RRF_RT_REG_DWORD, nullptr, &stored, &size),
+            ERROR_SUCCESS);
+  EXPECT_EQ(stored, 4u);
+  // What another process writes there is what the object reads.
+  SetNumber(EndpointPath(eCapture, kKey1), u"RtkBssMode", 1);
+  DWORD mode = 0;
+  ASSERT_EQ(api->GetBssMode(&mode), S_OK);
+  EXPECT_EQ(mode, 1u);
+}
+
+TEST_F(SimulatedRtkBssApiTest, AnEndpointRemovedAfterBindingCannotTakeAMode) {
+  std::u16string id = AddEndpoint(eCapture, kKey1);
+  ASSERT_EQ(api->Initialize(id.c_str()), S_OK);
+  RegDeleteTreeW(Testing::kSimulatorRoot.hive, EndpointPath(eCapture, kKey1).c_str());
+  EXPECT_EQ(api->SetBssMode(3), E_NOTFOUND);
+  DWORD mode = 9;
+  ASSERT_EQ(api->GetBssMode(&mode), S_OK);
+  EXPECT_EQ(mode, 0u);
 }
 
 TEST_F(SimulatedRtkBssApiTest, UnknownEndpointCannotBeBound) {

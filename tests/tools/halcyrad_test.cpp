@@ -139,6 +139,16 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("APOBypass +REG_DWORD +0x0"))) << settings.output;
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("ProcessSystemSounds +REG_DWORD +0x1")))
       << settings.output;
+  // The default machine has the noise-reduction hardware: both parameters of the simulated service
+  // are on, and the default is recorded as applied.
+  EXPECT_TRUE(std::regex_search(settings.output, std::regex("DefaultNoiseReduction +REG_DWORD +0x1")))
+      << settings.output;
+  RunResult parameters = RunProgram("halcyra-reg", "query \"" + AudioRoot() + "\\AudioProcessing\"");
+  ASSERT_EQ(parameters.status, 0) << parameters.output;
+  EXPECT_TRUE(std::regex_search(parameters.output, std::regex("11 +REG_DWORD +0xffffffff", std::regex::icase)))
+      << parameters.output;
+  EXPECT_TRUE(std::regex_search(parameters.output, std::regex("106 +REG_DWORD +0xffffffff", std::regex::icase)))
+      << parameters.output;
 
   RunResult second = RunHalcyrad("--for 0 --log-level 3 " + Simulate());
   EXPECT_EQ(second.status, 0) << second.output;
@@ -146,20 +156,34 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
   EXPECT_EQ(second.output.find("halcyrad: seeded"), std::string::npos) << second.output;
 }
 
-TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateHardwareIdAndMarkers) {
+TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateBssModeNameHardwareIdAndMarkers) {
   RunResult run = RunHalcyrad("--list-endpoints " + Simulate());
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_TRUE(std::regex_search(
       run.output,
-      std::regex("\\{0\\.0\\.0\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05\\} +render +active +"
+      std::regex("\\{0\\.0\\.0\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05\\} +render +active +0 +"
+                 "\"Headset Earphone \\(USB Audio\\)\" +"
                  "\"USB\\\\VID_1B3F&PID_2008&MI_00\\\\7&1F2E3D4C&0&0000\" +markers: \"Quillon\\.Halcyra3\" - -")))
       << run.output;
   EXPECT_TRUE(std::regex_search(run.output, std::regex("\\{0\\.0\\.1\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-"
-                                                       "1F8A5A0C7D02\\} +capture +active +\"ROOT\\\\QuillonHL3Vad")))
+                                                       "1F8A5A0C7D02\\} +capture +active +0 +"
+                                                       "\"Halcyra Virtual Microphone\" +\"ROOT\\\\QuillonHL3Vad")))
       << run.output;
   std::size_t lines = 0;
   for (char c : run.output) lines += c == '\n';
   EXPECT_EQ(lines, 2u + 1u + 5u) << run.output;  // two seeding lines, the heading, five endpoints
+}
+
+TEST_F(HalcyradTest, ListEndpointsShowsTheBssModeThatAnotherProcessSet) {
+  ASSERT_EQ(RunHalcyrad("--list-endpoints " + Simulate()).status, 0);
+  RunResult set = RunProgram("halcyra-reg", "add \"" + AudioRoot() +
+                                                "\\Capture\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03}\" /v RtkBssMode "
+                                                "/t REG_DWORD /d 3 /f");
+  ASSERT_EQ(set.status, 0) << set.output;
+  RunResult run = RunHalcyrad("--list-endpoints " + Simulate());
+  EXPECT_TRUE(std::regex_search(run.output, std::regex("\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03\\} +capture +active +3 +"
+                                                       "\"Microphone Array \\(Realtek\\(R\\) Audio\\)\"")))
+      << run.output;
 }
 
 TEST_F(HalcyradTest, WithoutTheSimulatorLinuxHasNoAudioSystemAndStartStillSucceeds) {

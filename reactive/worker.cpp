@@ -1,0 +1,48 @@
+#include "reactive/worker.h"
+
+#include "reactive/worker_queue.h"
+
+namespace Reactive {
+
+namespace detail {
+
+void worker_queue::push(worker::clock::time_point when, std::function<void()> action) {
+  {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    // Equal keys keep their order of insertion, so actions due together run in scheduling order.
+    m_actions.emplace(when, std::move(action));
+  }
+  m_wake.notify_one();
+}
+
+[[noreturn]] void worker_queue::run() noexcept {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  for (;;) {
+    if (m_actions.empty()) {
+      m_wake.wait(lock);
+      continue;
+    }
+    auto first = m_actions.begin();
+    if (first->first > worker::clock::now()) {
+      m_wake.wait_until(lock, first->first);
+      continue;
+    }
+    std::function<void()> action = std::move(first->second);
+    m_actions.erase(first);
+    lock.unlock();
+    // An exception here leaves a noexcept function and ends the process.
+    action();
+    action = nullptr;
+    lock.lock();
+  }
+}
+
+}  // namespace detail
+
+void worker::schedule(std::function<void()> action) const { m_queue->push(clock::now(), std::move(action)); }
+
+void worker::schedule(clock::time_point when, std::function<void()> action) const {
+  m_queue->push(when, std::move(action));
+}
+
+}  // namespace Reactive

@@ -1,0 +1,107 @@
+#include "storage_system/shared_storage_system_handler.h"
+
+#include <exception>
+
+#include "foundation/interface_ids.h"
+#include "foundation/log.h"
+#include "storage_system/product_storage_system.h"
+
+namespace ProductStorageSystem {
+
+namespace {
+
+// Holds the handler's critical section for a scope.
+class SectionGuard {
+public:
+  explicit SectionGuard(Platform::CRITICAL_SECTION* section) : m_section(section) {
+    Platform::EnterCriticalSection(m_section);
+  }
+  ~SectionGuard() { Platform::LeaveCriticalSection(m_section); }
+  SectionGuard(const SectionGuard&) = delete;
+  SectionGuard& operator=(const SectionGuard&) = delete;
+
+private:
+  Platform::CRITICAL_SECTION* m_section;
+};
+
+}  // namespace
+
+CSharedStorageSystemHandler::CSharedStorageSystemHandler() {
+  Platform::InitializeCriticalSectionAndSpinCount(&m_lock, 0);
+}
+
+CSharedStorageSystemHandler::~CSharedStorageSystemHandler() { Platform::DeleteCriticalSection(&m_lock); }
+
+CSharedStorageSystemHandler::Record CSharedStorageSystemHandler::NewRecord() {
+  const DataSystem::ProductDesc defaults = DataSystem::DefaultProductDesc();
+  Record record;
+  record.company = defaults.company;
+  record.product = defaults.product;
+  record.versionMajor = defaults.versionMajor;
+  record.versionMinor = defaults.versionMinor;
+  return record;
+}
+
+bool CSharedStorageSystemHandler::Matches(const Record& record, std::int32_t rootSelector, std::uint32_t flags,
+                                          const DataSystem::ProductDesc& desc) {
+  return record.rootSelector == rootSelector && record.flags == flags && record.company == desc.company &&
+         record.product == desc.product && record.versionMajor == desc.versionMajor &&
+         record.versionMinor == desc.versionMinor;
+}
+
+void CSharedStorageSystemHandler::OnFinalRelease(Common::IExtensible* storageSystem) {
+  SectionGuard guard(&m_lock);
+  auto* key =
+      static_cast<StorageSystem::IStorageSystem*>(storageSystem->GetInterface(&StorageSystem::IID_IStorageSystem));
+  LogWrite(LogLevelInfo, kLogTag, u"Final release on the product StorageSystem, resetting shared pointer");
+  m_storageSystems.erase(key);
+}
+
+ErrorCode CSharedStorageSystemHandler::QueryStorageSystem(std::int32_t rootSelector, std::uint32_t flags,
+                                                          const DataSystem::ProductDesc& desc,
+                                                          StorageSystem::IStorageSystem** result) {
+  SectionGuard guard(&m_lock);
+  for (const auto& [storageSystem, record] : m_storageSystems) {
+    if (Matches(record, rootSelector, flags, desc)) {
+      // A storage system whose count has reached 0 stays here until its final release has run;
+      // a query in between finds it, and nothing guards against that.
+      storageSystem->AddRef();
+      *result = storageSystem;
+      return ErrorNone;
+    }
+  }
+  StorageSystem::IStorageSystem* opened = nullptr;
+  if (ErrorCode code = OpenProductStorageSystem(rootSelector, &opened, desc, flags, this, nullptr, false);
+      code != ErrorNone) {
+    return code;
+  }
+  try {
+    Record& record = m_storageSystems.emplace(opened, NewRecord()).first->second;
+    record.rootSelector = rootSelector;
+    record.flags = flags;
+    record.company = desc.company;
+    record.product = desc.product;
+    record.versionMajor = desc.versionMajor;
+    record.versionMinor = desc.versionMinor;
+    record.pathFlags = desc.pathFlags;
+  } catch (const std::exception& e) {
+    opened->Release();
+    return RaiseError("ProductStorageSystem::CSharedStorageSystemHandler::QueryStorageSystem", ErrorStlException,
+                      u"STL exception: %S", e.what());
+  }
+  *result = opened;
+  return ErrorNone;
+}
+
+std::size_t CSharedStorageSystemHandler::GetEntryCount() {
+  SectionGuard guard(&m_lock);
+  return m_storageSystems.size();
+}
+
+ErrorCode QuerySharedStorageSystem(std::int32_t rootSelector, StorageSystem::IStorageSystem** result,
+                                   const DataSystem::ProductDesc& desc, std::uint32_t flags) {
+  static CSharedStorageSystemHandler handler;
+  return handler.QueryStorageSystem(rootSelector, flags, desc, result);
+}
+
+}  // namespace ProductStorageSystem
