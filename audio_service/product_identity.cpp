@@ -115,9 +115,8 @@ DataSystem::ProductDesc ChooseStorageProduct(const DataSystem::ProductDesc& desc
 
 ErrorCode OpenProductStorage(StorageSystem::IStorageSystem** storage, std::uint32_t flags,
                              const SECURITY_ATTRIBUTES* attributes, const DataSystem::ProductDesc& desc) {
-  // TODO(#15): the flags go through the data system's friendly-storage switch first, and the
-  // routing data system is built on the storage opened here, once both land; until then the
-  // opened storage is the result.
+  // The caller has put the flags through the friendly storage switch and builds the routing data
+  // system on what opens here (CreateDeviceRoutingDataSystem).
   try {
     const DataSystem::ProductDesc product = ChooseStorageProduct(desc);
     const std::uint32_t mask = StorageAccessMask(flags);

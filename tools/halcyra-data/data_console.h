@@ -1,0 +1,19 @@
+// What halcyra-data shows a person: UTF-16 text on standard output, the library's reports on
+// standard error.
+#pragma once
+
+#include <string>
+
+#include "foundation/error.h"
+
+namespace HalcyraData {
+
+// Writes `text` and a line feed to standard output as UTF-8.
+void PrintLine(const std::u16string& text);
+// Routes the debug channel, where the data system reports its failures, to standard error, each
+// report once (the reporter writes every line twice while no debugger watches).
+void ShowReportsOnStandardError();
+// Writes "halcyra-data: <what>: error <code> (<table text>)" to standard error and returns `code`.
+ErrorCode Fail(const char* what, ErrorCode code);
+
+}  // namespace HalcyraData
