@@ -47,9 +47,9 @@ void CallLog::Clear() {
 }
 
 void CallLog::FailCalls(const std::string& operation, Platform::HRESULT result, const std::string& argument,
-                        int passFirst) {
+                        int passFirst, int failures) {
   std::lock_guard<std::mutex> lock(m_mutex);
-  m_rules.push_back(Rule{operation, argument, result, passFirst});
+  m_rules.push_back(Rule{operation, argument, result, passFirst, failures});
 }
 
 void CallLog::ClearFailures() {
@@ -79,6 +79,8 @@ Platform::HRESULT CallLog::InjectedResult(const std::string& operation, const st
       --rule->passesLeft;
       return Platform::S_OK;
     }
+    if (rule->failuresLeft == 0) continue;
+    if (rule->failuresLeft > 0) --rule->failuresLeft;
     return rule->result;
   }
   return Platform::S_OK;

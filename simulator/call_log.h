@@ -42,9 +42,10 @@ public:
 
   // From now on `operation` answers `result`; with a non-empty `argument`, only when its first
   // argument, as recorded, is that text; with `passFirst`, only after that many matching calls
-  // went through. The newest matching rule wins.
+  // went through; with `failures`, for that many calls only, after which the rule lets calls through.
+  // The newest matching rule wins.
   void FailCalls(const std::string& operation, Platform::HRESULT result, const std::string& argument = {},
-                 int passFirst = 0);
+                 int passFirst = 0, int failures = -1);
   void ClearFailures();
   // From now on calls of `operation` wait in InjectedResult until ReleaseCalls.
   void HoldCalls(const std::string& operation);
@@ -60,6 +61,8 @@ private:
     std::string argument;
     Platform::HRESULT result;
     int passesLeft;
+    // -1: without end.
+    int failuresLeft;
   };
 
   mutable std::mutex m_mutex;
