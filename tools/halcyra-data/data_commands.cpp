@@ -138,7 +138,8 @@ ErrorCode Describe(IDataSystem* dataSystem, const std::u16string& path) {
       where = storePath;
       store->GetStorageSystem()->GetProperties()->GetAllocator()->Free(storePath);
     }
-    PrintLine(u"storage: " + where + u" " + place->GetStoragePath());
+    PrintLine(u"storage store: " + where);
+    PrintLine(std::u16string(u"storage path: ") + place->GetStoragePath());
   }
   return ErrorNone;
 }

@@ -64,11 +64,16 @@ int main(int argc, char** argv) {
     PrintUsage();
     return argc < 2 ? 2 : 0;
   }
-  HalcyraData::ShowReportsOnStandardError();
+  HalcyraData::HoldReports();
   DataSystem::IDataSystem* dataSystem = nullptr;
   ErrorCode status = DeviceRouting::CreateDeviceRoutingDataSystem(&dataSystem, 0, DataSystem::ProductDesc{}, nullptr,
                                                                   nullptr);
-  if (status != ErrorNone) return HalcyraData::Fail("the routing data system did not open", status) != 0 ? 1 : 0;
+  if (status != ErrorNone) {
+    HalcyraData::ShowHeldReports();
+    HalcyraData::Fail("the routing data system did not open", status);
+    return 1;
+  }
+  HalcyraData::ShowReportsOnStandardError();
   status = Run(dataSystem, argv[1], argc, argv);
   dataSystem->Release();
   if (status == -1) {
