@@ -15,15 +15,13 @@ namespace DataSystem {
 template <class T>
 using CacheType = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
 
-// The open storage value of a fixed-size value and its cache. `cached` is small enough to be
-// written as a whole, so Get, Set and Refresh share it without a lock.
-template <class T>
-class CValueHolderT {
+// The open storage value of a value and its cache mode, which both kinds of holder share.
+class CValueHandleHolder {
 public:
-  CValueHolderT() = default;
-  virtual ~CValueHolderT() { ResetHandle(); }
-  CValueHolderT(const CValueHolderT&) = delete;
-  CValueHolderT& operator=(const CValueHolderT&) = delete;
+  CValueHandleHolder() = default;
+  virtual ~CValueHandleHolder() { ResetHandle(); }
+  CValueHandleHolder(const CValueHandleHolder&) = delete;
+  CValueHandleHolder& operator=(const CValueHandleHolder&) = delete;
 
   // Releases the storage value.
   virtual void ResetHandle() {
@@ -34,6 +32,12 @@ public:
   // A counted reference from Init to Uninit.
   StorageSystem::Registry::IRegistryValue* storageValue = nullptr;
   std::uint32_t cacheMode = CACHE_LAZY | CACHE_ON_WRITE;
+};
+
+// The open storage value of a fixed-size value and its cache.
+template <class T>
+class CValueHolderT : public CValueHandleHolder {
+public:
   CacheType<T> cached{};
   unsigned char cacheValid = 0;
 };
@@ -41,23 +45,12 @@ public:
 // The open storage value of a wide string and the cached characters, kept in a block of the storage
 // system's allocator.
 template <>
-class CValueHolderT<WideString> {
+class CValueHolderT<WideString> : public CValueHandleHolder {
 public:
-  CValueHolderT() = default;
-  virtual ~CValueHolderT() {
+  ~CValueHolderT() override {
     if (buffer != nullptr) allocator->Free(buffer);
-    ResetHandle();
-  }
-  CValueHolderT(const CValueHolderT&) = delete;
-  CValueHolderT& operator=(const CValueHolderT&) = delete;
-
-  virtual void ResetHandle() {
-    if (storageValue != nullptr) storageValue->Release();
-    storageValue = nullptr;
   }
 
-  StorageSystem::Registry::IRegistryValue* storageValue = nullptr;
-  std::uint32_t cacheMode = CACHE_LAZY | CACHE_ON_WRITE;
   // The storage system's, fetched at first need; not owned.
   StorageSystem::IAllocator* allocator = nullptr;
   char16_t* buffer = nullptr;

@@ -33,6 +33,7 @@
 #include "data_system/value_item.h"
 #include "data_system/value_model.h"
 #include "foundation/interface_ids.h"
+#include "bench/support/latency_samples.h"
 #include "platform/environment.h"
 #include "platform/registry.h"
 #include "platform/utf.h"
@@ -137,7 +138,7 @@ std::uint32_t NowMicroseconds() {
 }
 
 // The bench's storage and data system, opened once for the whole run.
-struct Bench {
+struct BenchTree {
   StorageSystem::IStorageSystem* storage = nullptr;
   IDataSystem* dataSystem = nullptr;
   CBenchDataSystem* tree = nullptr;
@@ -171,12 +172,12 @@ struct Bench {
 };
 
 // The bench, or null when it did not open.
-Bench* TheBench() {
-  static Bench* bench = [] {
-    auto* made = new Bench;
+BenchTree* TheBench() {
+  static BenchTree* bench = [] {
+    auto* made = new BenchTree;
     if (!made->Open()) {
       delete made;
-      return static_cast<Bench*>(nullptr);
+      return static_cast<BenchTree*>(nullptr);
     }
     return made;
   }();
@@ -198,7 +199,7 @@ BENCHMARK(GetCachedBool);
 
 void GetBoolBareRegGetValueW(benchmark::State& state) {
   if (!Ready(state)) return;
-  const std::u16string name = Bench::ValueName(*FlagModel().GetGuid());
+  const std::u16string name = BenchTree::ValueName(*FlagModel().GetGuid());
   for (auto _ : state) {
     Platform::DWORD read = 0, size = sizeof read;
     Platform::LSTATUS status =
@@ -222,7 +223,7 @@ BENCHMARK(SetUnsignedInt);
 
 void SetBareRegSetKeyValueW(benchmark::State& state) {
   if (!Ready(state)) return;
-  const std::u16string name = Bench::ValueName(*NumberModel().GetGuid());
+  const std::u16string name = BenchTree::ValueName(*NumberModel().GetGuid());
   Platform::DWORD next = 0;
   for (auto _ : state) {
     ++next;
@@ -237,7 +238,7 @@ BENCHMARK(SetBareRegSetKeyValueW);
 void ScanOfALargeStoreWithOneChange(benchmark::State& state) {
   if (!Ready(state)) return;
   IStore* large = TheBench()->Large();
-  const std::u16string name = Bench::ValueName(*ManyModels()[500]->GetGuid());
+  const std::u16string name = BenchTree::ValueName(*ManyModels()[500]->GetGuid());
   Platform::DWORD next = 1;
   for (auto _ : state) {
     state.PauseTiming();
@@ -249,12 +250,6 @@ void ScanOfALargeStoreWithOneChange(benchmark::State& state) {
 }
 BENCHMARK(ScanOfALargeStoreWithOneChange)->Unit(benchmark::kMicrosecond);
 
-double Percentile(std::vector<double> samples, double fraction) {
-  std::sort(samples.begin(), samples.end());
-  std::size_t index = static_cast<std::size_t>(fraction * static_cast<double>(samples.size() - 1) + 0.5);
-  return samples[std::min(index, samples.size() - 1)];
-}
-
 // Takes the time of each OnValueChange of Stamp against the writer's stamp.
 class LatencyMonitor : public IStoreMonitor {
 public:
@@ -262,23 +257,12 @@ public:
     const std::uint32_t now = NowMicroseconds();
     auto* stamp = static_cast<IValueT<std::uint32_t>*>(value->GetInterface(&IID_IValueUInt));
     const std::uint32_t written = *stamp->Get();
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_latencies.push_back(static_cast<double>(now - written));
-    m_changed.notify_all();
+    samples.Add(static_cast<double>(now - written));
   }
   void OnItemInsert(IItem*, CNotificationCompletionList*) override {}
   void OnItemErase(IItem*, CNotificationCompletionList*) override {}
 
-  std::vector<double> WaitForSamples(std::size_t count, std::chrono::seconds limit) {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_for(lock, limit, [&] { return m_latencies.size() >= count; });
-    return m_latencies;
-  }
-
-private:
-  std::mutex m_mutex;
-  std::condition_variable m_changed;
-  std::vector<double> m_latencies;
+  Bench::LatencySamples samples;
 };
 
 void WriteInAnotherProcessToOnValueChange(benchmark::State& state) {
@@ -295,15 +279,15 @@ void WriteInAnotherProcessToOnValueChange(benchmark::State& state) {
       state.SkipWithError("the writer process did not start");
       break;
     }
-    std::vector<double> latencies = monitor.WaitForSamples(kStampWrites - 20, std::chrono::seconds(30));
+    std::vector<double> latencies = monitor.samples.WaitFor(kStampWrites - 20, std::chrono::seconds(30));
     static_cast<void>(latency->UnregisterMonitor(&monitor));
     if (latencies.size() < 200) {
       state.SkipWithError("fewer than 200 notifications arrived");
       break;
     }
-    state.SetIterationTime(Percentile(latencies, 0.5) / 1e6);
-    state.counters["median_us"] = Percentile(latencies, 0.5);
-    state.counters["p99_us"] = Percentile(latencies, 0.99);
+    state.SetIterationTime(Bench::Percentile(latencies, 0.5) / 1e6);
+    state.counters["median_us"] = Bench::Percentile(latencies, 0.5);
+    state.counters["p99_us"] = Bench::Percentile(latencies, 0.99);
     state.counters["samples"] = static_cast<double>(latencies.size());
   }
 }
@@ -313,7 +297,7 @@ BENCHMARK(WriteInAnotherProcessToOnValueChange)->Iterations(1)->UseManualTime()-
 int StampWriter() {
   char16_t name[Common::GUID::kTextCapacity];
   const std::u16string key = std::u16string(kBase) + u"\\" + LatencyModel().GetGuid()->ToString(name);
-  const std::u16string value = Bench::ValueName(*StampModel().GetGuid());
+  const std::u16string value = BenchTree::ValueName(*StampModel().GetGuid());
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   for (int i = 0; i < kStampWrites + 20; ++i) {
     const Platform::DWORD now = NowMicroseconds();

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "foundation/built_in_types.h"
+#include "bench/support/latency_samples.h"
 #include "platform/environment.h"
 #include "platform/registry.h"
 #include "platform/unique_handle.h"
@@ -147,12 +148,6 @@ void WriteDwordBareRegSetValueExW(benchmark::State& state) {
 }
 BENCHMARK(WriteDwordBareRegSetValueExW);
 
-double Percentile(std::vector<double> samples, double fraction) {
-  std::sort(samples.begin(), samples.end());
-  std::size_t index = static_cast<std::size_t>(fraction * static_cast<double>(samples.size() - 1) + 0.5);
-  return samples[std::min(index, samples.size() - 1)];
-}
-
 // Takes the time of each call and the writer's time of the value it then reads.
 class LatencyMonitor : public IStoreMonitor {
 public:
@@ -163,23 +158,14 @@ public:
     std::int64_t written = 0;
     if (m_time->Read(&written, sizeof written) != ErrorNone || written == m_last) return;
     m_last = written;
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_latencies.push_back(static_cast<double>(called - written) / 1000.0);
-    m_changed.notify_all();
+    samples.Add(static_cast<double>(called - written) / 1000.0);
   }
 
-  std::vector<double> WaitForSamples(std::size_t count, std::chrono::seconds limit) {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait_for(lock, limit, [&] { return m_latencies.size() >= count; });
-    return m_latencies;
-  }
+  Bench::LatencySamples samples;
 
 private:
   IRegistryValue* m_time;
   std::int64_t m_last = 0;
-  std::mutex m_mutex;
-  std::condition_variable m_changed;
-  std::vector<double> m_latencies;
 };
 
 void WriteInAnotherProcessToOnStoreChange(benchmark::State& state) {
@@ -202,15 +188,15 @@ void WriteInAnotherProcessToOnStoreChange(benchmark::State& state) {
       state.SkipWithError("the writer process did not start");
       break;
     }
-    std::vector<double> latencies = monitor.WaitForSamples(kNotifyWrites - 20, std::chrono::seconds(30));
+    std::vector<double> latencies = monitor.samples.WaitFor(kNotifyWrites - 20, std::chrono::seconds(30));
     static_cast<void>(store->UnregisterMonitor(&monitor));
     if (latencies.size() < 200) {
       state.SkipWithError("fewer than 200 notifications arrived");
       break;
     }
-    state.SetIterationTime(Percentile(latencies, 0.5) / 1e6);
-    state.counters["median_us"] = Percentile(latencies, 0.5);
-    state.counters["p99_us"] = Percentile(latencies, 0.99);
+    state.SetIterationTime(Bench::Percentile(latencies, 0.5) / 1e6);
+    state.counters["median_us"] = Bench::Percentile(latencies, 0.5);
+    state.counters["p99_us"] = Bench::Percentile(latencies, 0.99);
     state.counters["samples"] = static_cast<double>(latencies.size());
   }
   time->Release();
