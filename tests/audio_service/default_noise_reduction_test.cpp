@@ -287,3 +287,19 @@ TEST_F(DefaultNoiseReductionTest, SetNoiseReductionRegistryRecordsOneOnlyAfterBo
 }
 
 }  // namespace
+
+namespace {
+
+using namespace Platform;
+
+using DefaultNoiseReductionDeathTest = DefaultNoiseReductionTest;
+
+// Neither the walk's EnumAudioEndpoints nor its GetCount is looked at: a failed enumeration leaves
+// no collection, and the count is asked of it all the same.
+TEST_F(DefaultNoiseReductionDeathTest, AFailedEnumerationFaultsAtTheCount) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  machine.audio.Calls().FailCalls("IMMDeviceEnumerator::EnumAudioEndpoints", E_FAIL);
+  EXPECT_DEATH(ApplyDefaultNoiseReduction(), "");
+}
+
+}  // namespace

@@ -68,9 +68,11 @@ TEST_F(ProductLibraryCacheTest, ASecondRequestWithTheLibraryPresentDoesNotLoadIt
         HMODULE first = cache.Load(kProductInfoLibrary);
         HMODULE second = cache.Load(kProductInfoLibrary);
         HMODULE loaded = nullptr;
-        const bool loadedBefore = Platform::GetModuleHandleExW(0, path.c_str(), &loaded) != 0;
+        const bool loadedBefore = Platform::GetModuleHandleExW(Platform::GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                                               path.c_str(), &loaded) != 0;
         Platform::FreeLibrary(first);
-        const bool loadedAfter = Platform::GetModuleHandleExW(0, path.c_str(), &loaded) != 0;
+        const bool loadedAfter = Platform::GetModuleHandleExW(Platform::GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                                              path.c_str(), &loaded) != 0;
         std::exit(first != nullptr && first == second && loadedBefore && !loadedAfter ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");
