@@ -18,12 +18,13 @@ std::atomic<std::int64_t> peakTimers{0};
 std::atomic<std::int64_t> timersCreated{0};
 std::atomic<Platform::DWORD> extraDueTime{0};
 std::atomic<bool> failNextChangeTimer{false};
-std::atomic<Platform::HANDLE> failedChangeTimer{nullptr};
+std::atomic<std::uint64_t> failedChangeTimer{0};
 thread_local bool failNextCreateEvent = false;
 
 // What the probe knows of one timer. The callback of the timer gets the record as its context and
 // passes the creator's context on. Records live for the process, so that a late callback finds its own.
 struct TimerRecord {
+  std::uint64_t number = 0;
   Platform::WAITORTIMERCALLBACK callback = nullptr;
   void* context = nullptr;
   std::atomic<Platform::HANDLE> handle{nullptr};
@@ -116,6 +117,7 @@ Platform::BOOL __wrap__ZN8Platform21CreateTimerQueueTimerEPPvS0_PFvS0_hES0_jjj(
   {
     std::lock_guard<std::mutex> lock(timerMutex);
     record = &timerRecords.emplace_back();
+    record->number = timerRecords.size();
   }
   record->callback = callback;
   record->context = context;
@@ -143,7 +145,8 @@ Platform::BOOL __wrap__ZN8Platform21CreateTimerQueueTimerEPPvS0_PFvS0_hES0_jjj(
 Platform::BOOL __wrap__ZN8Platform21ChangeTimerQueueTimerEPvS0_jj(Platform::HANDLE timerQueue, Platform::HANDLE timer,
                                                                  Platform::ULONG dueTime, Platform::ULONG period) {
   if (failNextChangeTimer.exchange(false)) {
-    failedChangeTimer = timer;
+    TimerRecord* record = FindTimer(timer);
+    failedChangeTimer = record != nullptr ? record->number : 0;
     Platform::SetLastError(Platform::ERROR_NOT_ENOUGH_MEMORY);
     return Platform::FALSE;
   }
@@ -195,14 +198,19 @@ std::int64_t PeakTimers() { return peakTimers.load(); }
 void ResetPeakTimers() { peakTimers.store(liveTimers.load()); }
 std::int64_t TimersCreated() { return timersCreated.load(); }
 
-bool TimerDeleted(Platform::HANDLE timer) {
-  TimerRecord* record = FindTimer(timer);
-  return record != nullptr && record->deleted.load();
+bool TimerDeleted(std::uint64_t timer) {
+  std::lock_guard<std::mutex> lock(timerMutex);
+  return timer >= 1 && timer <= timerRecords.size() && timerRecords[timer - 1].deleted.load();
+}
+
+Platform::HANDLE TimerHandle(std::uint64_t timer) {
+  std::lock_guard<std::mutex> lock(timerMutex);
+  return timer >= 1 && timer <= timerRecords.size() ? timerRecords[timer - 1].handle.load() : nullptr;
 }
 
 std::optional<TimerRun> CurrentTimerRun() {
   if (runningTimer == nullptr) return std::nullopt;
-  return TimerRun{runningTimer->handle.load(), runningTimer->dueTime.load(),
+  return TimerRun{runningTimer->number, runningTimer->dueTime.load(),
                   Clock::time_point(Clock::duration(runningTimer->armedAt.load()))};
 }
 
@@ -211,11 +219,11 @@ void DelayTimers(Platform::DWORD milliseconds) { extraDueTime = milliseconds; }
 void FailNextCreateEventOnThisThread() { failNextCreateEvent = true; }
 
 void FailNextChangeTimer() {
-  failedChangeTimer = nullptr;
+  failedChangeTimer = 0;
   failNextChangeTimer = true;
 }
 
-Platform::HANDLE FailedChangeTimer() { return failedChangeTimer.load(); }
+std::uint64_t FailedChangeTimer() { return failedChangeTimer.load(); }
 
 std::int64_t WorkItemsQueued() {
   std::lock_guard<std::mutex> lock(workMutex);

@@ -20,14 +20,18 @@ std::int64_t PeakTimers();
 void ResetPeakTimers();
 // Timers created since the start of the process.
 std::int64_t TimersCreated();
-// Whether `timer` has been handed to a DeleteTimerQueueTimer that succeeded or left it to go when
+// Timers are known by their number in the order of creation, from 1: the system may give a new
+// timer the handle value of one that was deleted.
+// Whether the timer has been handed to a DeleteTimerQueueTimer that succeeded or left it to go when
 // its running callback ends.
-bool TimerDeleted(Platform::HANDLE timer);
+bool TimerDeleted(std::uint64_t timer);
+// The handle that the timer was given.
+Platform::HANDLE TimerHandle(std::uint64_t timer);
 
-// The timer whose callback runs on the calling thread: its handle, the due time its creator asked
+// The timer whose callback runs on the calling thread: its number, the due time its creator asked
 // for at its last creation or move, and the moment of that request. Empty outside a timer callback.
 struct TimerRun {
-  Platform::HANDLE timer;
+  std::uint64_t timer;
   Platform::DWORD dueTime;
   std::chrono::steady_clock::time_point armedAt;
 };
@@ -43,8 +47,8 @@ void FailNextCreateEventOnThisThread();
 // The next ChangeTimerQueueTimer, on whatever thread, returns FALSE with ERROR_NOT_ENOUGH_MEMORY and
 // leaves the timer as it was.
 void FailNextChangeTimer();
-// The timer of the last ChangeTimerQueueTimer that was made to fail, or null.
-Platform::HANDLE FailedChangeTimer();
+// The number of the timer of the last ChangeTimerQueueTimer that was made to fail, or 0.
+std::uint64_t FailedChangeTimer();
 
 // Work items queued with QueueUserWorkItem since the start of the process, and those whose
 // function has returned.
