@@ -67,7 +67,7 @@ struct BuiltInCasterCategory {
   };
 };
 
-// The format of each floating-point type in text form, and the names of its reports.
+// The format of each floating-point type in text form, and the name of its read report.
 template <class Declared>
 struct TextCasterTraits;
 
@@ -77,9 +77,6 @@ struct TextCasterTraits<float> {
   static constexpr const char* kRead =
       "StorageSystem::BuiltInCasterCategory<unsigned short *>::CBuiltInCasterValue<float,class "
       "StorageSystem::Registry::CNativeValue>::Read";
-  static constexpr const char* kWrite =
-      "StorageSystem::BuiltInCasterCategory<unsigned short *>::CBuiltInCasterValue<float,class "
-      "StorageSystem::Registry::CNativeValue>::Write";
 };
 template <>
 struct TextCasterTraits<double> {
@@ -87,9 +84,6 @@ struct TextCasterTraits<double> {
   static constexpr const char* kRead =
       "StorageSystem::BuiltInCasterCategory<unsigned short *>::CBuiltInCasterValue<double,class "
       "StorageSystem::Registry::CNativeValue>::Read";
-  static constexpr const char* kWrite =
-      "StorageSystem::BuiltInCasterCategory<unsigned short *>::CBuiltInCasterValue<double,class "
-      "StorageSystem::Registry::CNativeValue>::Write";
 };
 template <>
 struct TextCasterTraits<LongDouble64> {
@@ -97,9 +91,6 @@ struct TextCasterTraits<LongDouble64> {
   static constexpr const char* kRead =
       "StorageSystem::BuiltInCasterCategory<unsigned short *>::CBuiltInCasterValue<long double,class "
       "StorageSystem::Registry::CNativeValue>::Read";
-  static constexpr const char* kWrite =
-      "StorageSystem::BuiltInCasterCategory<unsigned short *>::CBuiltInCasterValue<long double,class "
-      "StorageSystem::Registry::CNativeValue>::Write";
 };
 
 // Printing and scanning of one floating-point value by its format; defined for float, double
@@ -136,15 +127,16 @@ struct BuiltInCasterCategory<char16_t*> {
       return ErrorNone;
     }
 
-    // The text goes out without its terminator. A text longer than 31 characters does not fit,
-    // and the write fails with ErrorCannotWrite.
+    // The text goes out without its terminator: the size is twice the formatter's length. A text
+    // longer than 31 characters does not fit, the length is -1, and the size passed on is
+    // deliberately twice that, 0xFFFFFFFE bytes, so that the registry write itself fails and the
+    // report is the handler's.
     [[nodiscard]] ErrorCode Write(const void* data, std::uint32_t size) override {
       Declared value;
       std::memcpy(&value, data, sizeof value);
       char16_t text[32];
       const int length = FormatFloatingPoint(text, 32, value);
-      if (length < 0) return RaiseError(TextCasterTraits<Declared>::kWrite, ErrorCannotWrite, nullptr);
-      return Base::Write(text, static_cast<std::uint32_t>(length) * 2);
+      return Base::Write(text, static_cast<std::uint32_t>(length * 2));
     }
   };
 };

@@ -105,10 +105,13 @@ private:
   std::atomic<std::uint32_t> m_timerFired{0};
   std::atomic<std::uint32_t> m_pendingRequests{0};
   // Pool callbacks of this store that have started and not yet returned; the teardown waits for
-  // them, so that none touches the store after the last monitor is gone.
+  // them, so that none touches the store after the last monitor is gone. It adds a wait to the
+  // teardown and changes nothing else that a caller or a monitor can see: the same calls come, in
+  // the same order.
   std::atomic<std::uint32_t> m_callbacksInFlight{0};
   // Makes the exchange-and-move of a postponement one step, so that two handlers postponing at
-  // once cannot leave two timers.
+  // once cannot leave two timers. The steps and their outcome stay those of a postponement without
+  // it; it only keeps two of them from interleaving.
   std::mutex m_postponeMutex;
 };
 

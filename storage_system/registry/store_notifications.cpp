@@ -217,9 +217,12 @@ void CStoreDelegate::RegEventPostponeRequest() {
         if (Platform::HANDLE other = m_timer.exchange(old); other != nullptr) DeleteTimerQueueTimerSafe(other, nullptr);
         return;
       }
+      // A timer that cannot be moved is deliberately left alone: it still fires at its own time,
+      // and a new one is made for this postponement.
       static_cast<void>(RaiseSystemError(kName, Platform::GetLastError(), "ChangeTimerQueueTimer"));
+    } else {
+      DeleteTimerQueueTimerSafe(old, nullptr);
     }
-    DeleteTimerQueueTimerSafe(old, nullptr);
   }
 
   Platform::HANDLE created = nullptr;

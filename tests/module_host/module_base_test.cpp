@@ -259,6 +259,114 @@ TEST_F(ModuleBaseTest, MissingRequiredInterfaceUninitialisesAllAndFails) {
             "{0000000A-0000-0000-0000-000000000000}, which was not found in daemon module Dep.\n");
 }
 
+TEST_F(ModuleBaseTest, OptionalDependencyFailingInitIsDroppedAndTheLastIsInitialisedOnceMore) {
+  Testing::DebugChannelCapture capture;
+  LogSetLevel(LogLevelInfo);
+  TestModule first(u"First", &journal), optional(u"Optional", &journal), third(u"Third", &journal);
+  optional.initResult = ErrorGeneric;
+  manager.modules = {{kFirstId, &first}, {kSecondId, &optional}, {kThirdId, &third}};
+  module.declare = [](Daemon::DependencyEnumTarget& target) {
+    ASSERT_EQ(target.RegisterDependency(kFirstId, Common::GUID(), nullptr, 0), ErrorNone);
+    ASSERT_EQ(target.RegisterDependency(kSecondId, Common::GUID(), nullptr, Daemon::kDependencyOptional), ErrorNone);
+    ASSERT_EQ(target.RegisterDependency(kThirdId, Common::GUID(), nullptr, 0), ErrorNone);
+  };
+  ASSERT_EQ(module.Init(&manager), ErrorNone);
+  LogSetLevel(LogLevelWarning);
+  // The walk keeps its end of three slots; after the erase the last slot still holds Third.
+  EXPECT_EQ(journal, (std::vector<std::string>{"Init Main", "Init First", "Init Optional", "Init Third",
+                                               "Init Third"}));
+  ASSERT_EQ(module.Dependencies().size(), 2u);
+  EXPECT_EQ(module.Dependencies()[0].module, &first);
+  EXPECT_EQ(module.Dependencies()[1].module, &third);
+  EXPECT_TRUE(capture.Writes().empty()) << "a dropped record leaves no line, not even at level 3";
+  EXPECT_EQ(module.GetState(), 1);
+
+  journal.clear();
+  module.Uninit(&manager);
+  EXPECT_EQ(journal, (std::vector<std::string>{"Uninit Main", "Uninit Third", "Uninit First"}));
+  EXPECT_EQ(first.GetState(), 0);
+  EXPECT_EQ(third.GetState(), 1) << "Third was initialised twice and uninitialised once";
+  EXPECT_EQ(optional.GetState(), 0);
+}
+
+TEST_F(ModuleBaseTest, FourthRequiredDependencyFailingInitUninitialisesAllButTheThird) {
+  Testing::DebugChannelCapture capture;
+  LogSetLevel(LogLevelInfo);
+  constexpr Common::GUID kFourthId = Common::GuidLiteral("00000004-0000-0000-0000-000000000000");
+  TestModule first(u"First", &journal), second(u"Second", &journal), third(u"Third", &journal),
+      fourth(u"Fourth", &journal);
+  fourth.initResult = ErrorCannotOpen;
+  manager.modules = {{kFirstId, &first}, {kSecondId, &second}, {kThirdId, &third}, {kFourthId, &fourth}};
+  module.declare = [&](Daemon::DependencyEnumTarget& target) {
+    for (const Common::GUID& id : {kFirstId, kSecondId, kThirdId, kFourthId}) {
+      ASSERT_EQ(target.RegisterDependency(id, Common::GUID(), nullptr, 0), ErrorNone);
+    }
+  };
+  EXPECT_EQ(module.Init(&manager), ErrorCannotOpen);
+  LogSetLevel(LogLevelWarning);
+  // The walk back begins two below the failed position: Third keeps its Init.
+  EXPECT_EQ(journal, (std::vector<std::string>{"Init Main", "Init First", "Init Second", "Init Third", "Init Fourth",
+                                               "Uninit Second", "Uninit First"}));
+  EXPECT_EQ(first.GetState(), 0);
+  EXPECT_EQ(second.GetState(), 0);
+  EXPECT_EQ(third.GetState(), 1);
+  EXPECT_EQ(fourth.GetState(), 0);
+  EXPECT_EQ(module.GetState(), 0);
+  EXPECT_TRUE(module.Dependencies().empty());
+  EXPECT_FALSE(module.Flags() & Daemon::AModule::kDependenciesLoaded);
+  EXPECT_FALSE(module.Flags() & Daemon::AModule::kLoadingDependencies);
+  EXPECT_TRUE(manager.statesSeen.empty());
+  EXPECT_TRUE(capture.Writes().empty()) << "the failing dependency's code passes on without a line of its own";
+}
+
+TEST_F(ModuleBaseTest, SecondRequiredDependencyFailingInitUninitialisesNothing) {
+  TestModule first(u"First", &journal), second(u"Second", &journal);
+  second.initResult = ErrorGeneric;
+  manager.modules = {{kFirstId, &first}, {kSecondId, &second}};
+  module.declare = [](Daemon::DependencyEnumTarget& target) {
+    ASSERT_EQ(target.RegisterDependency(kFirstId, Common::GUID(), nullptr, 0), ErrorNone);
+    ASSERT_EQ(target.RegisterDependency(kSecondId, Common::GUID(), nullptr, 0), ErrorNone);
+  };
+  EXPECT_EQ(module.Init(&manager), ErrorGeneric);
+  EXPECT_EQ(journal, (std::vector<std::string>{"Init Main", "Init First", "Init Second"}));
+  EXPECT_EQ(first.GetState(), 1);
+  EXPECT_TRUE(module.Dependencies().empty());
+  // The next Init begins afresh and initialises First a second time.
+  second.initResult = ErrorNone;
+  journal.clear();
+  ASSERT_EQ(module.Init(&manager), ErrorNone);
+  EXPECT_EQ(journal, (std::vector<std::string>{"Init Main", "Init First", "Init Second"}));
+  EXPECT_EQ(module.Dependencies().size(), 2u);
+}
+
+TEST_F(ModuleBaseTest, MissingOptionalInterfaceIsLoggedAtLevel3AndTheDependencyStays) {
+  Testing::DebugChannelCapture capture;
+  TestModule dependency(u"Dep", &journal);
+  manager.modules = {{kFirstId, &dependency}};
+  int sentinel = 0;
+  void* slot = &sentinel;
+  module.declare = [&slot](Daemon::DependencyEnumTarget& target) {
+    ASSERT_EQ(target.RegisterDependency(kFirstId, kWantedInterface, &slot, Daemon::kDependencyOptional), ErrorNone);
+  };
+  LogSetLevel(LogLevelInfo);
+  ASSERT_EQ(module.Init(&manager), ErrorNone);
+  LogSetLevel(LogLevelWarning);
+  EXPECT_EQ(capture.Writes(), (std::vector<std::string>{"Optional interface {0000000A-0000-0000-0000-000000000000} not "
+                                                        "found in daemon module Dep for module Main.\n"}));
+  EXPECT_EQ(slot, nullptr);
+  ASSERT_EQ(module.Dependencies().size(), 1u);
+  EXPECT_EQ(module.Dependencies()[0].module, &dependency);
+  EXPECT_EQ(dependency.GetState(), 1);
+  EXPECT_EQ(journal, (std::vector<std::string>{"Init Main", "Init Dep"}));
+  // At the default level the line stays hidden.
+  capture.Clear();
+  module.Uninit(&manager);
+  slot = &sentinel;
+  ASSERT_EQ(module.Init(&manager), ErrorNone);
+  EXPECT_TRUE(capture.Writes().empty());
+  EXPECT_EQ(slot, nullptr);
+}
+
 TEST_F(ModuleBaseTest, UnknownExtensionCodeIsReportedAndKnownCodesAreQuiet) {
   Testing::DebugChannelCapture capture;
   EXPECT_EQ(module.GetExtension(2), nullptr);

@@ -5,8 +5,10 @@
 
 #include "foundation/built_in_types.h"
 #include "storage_system/registry/registry_properties.h"
+#include "tests/storage_system/registry/registry_probe.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
 #include "tests/support/platform_kind.h"
+#include "tests/support/system_text.h"
 
 namespace {
 
@@ -187,12 +189,27 @@ TEST_F(BuiltInCastersTest, TextThatDoesNotScanCannotBeRead) {
                      "*>::CBuiltInCasterValue<float,class StorageSystem::Registry::CNativeValue>::Read"));
 }
 
-TEST_F(BuiltInCastersTest, TextThatDoesNotFitFailsToWrite) {
+TEST_F(BuiltInCastersTest, TextThatDoesNotFitGoesToTheRegistryAsTwiceMinusOneBytesAndTheWriteFails) {
   OpenTextStorage();
   Held<IRegistryValue> value;
-  ASSERT_EQ(textStorage->OpenValue(u"d", &value, SF_READ | SF_CREATE, TypeOfDouble(), nullptr, 0), ErrorNone);
+  ASSERT_EQ(textStorage->OpenValue(u"d", &value, SF_READ | SF_WRITE | SF_CREATE, TypeOfDouble(), nullptr, 0), ErrorNone);
+  const RawValue before = GetRaw(nullptr, u"d");
+  capture.Clear();
+  // 1e300 takes 308 characters in "%lf": the formatter answers -1, and twice that goes on as the
+  // size. The probe answers for the registry, which could not read that much.
+  Testing::RegistryProbe::RefuseNextWriteAbove(64);
   const double huge = 1e300;
-  EXPECT_NE(value->Write(&huge, 8), ErrorNone);
+  EXPECT_EQ(value->Write(&huge, 8), ErrorSystem);
+  EXPECT_EQ(Testing::RegistryProbe::RefusedWriteSize(), 0xFFFFFFFEu);
+  const std::string systemText = Testing::SystemText(Platform::ERROR_NOACCESS);
+  const std::string report = "Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<1,1>::Write: "
+                             "RegSetKeyValueW raised error 998: " +
+                             (systemText.empty() ? std::string("Unknown system error") : systemText) + "\n";
+  // One report, which shows twice on the channel without a debugger.
+  EXPECT_EQ(capture.Writes(), (std::vector<std::string>{report, report}));
+  const RawValue after = GetRaw(nullptr, u"d");
+  EXPECT_EQ(after.type, before.type);
+  EXPECT_EQ(after.data, before.data);
 }
 
 TEST_F(BuiltInCastersTest, ReadReallocGivesABlockOfTheDeclaredWidth) {

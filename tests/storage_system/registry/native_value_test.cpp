@@ -6,6 +6,7 @@
 
 #include "foundation/built_in_types.h"
 #include "foundation/log.h"
+#include "platform/environment.h"
 #include "storage_system/registry/native_type_table.h"
 #include "tests/platform/registry/child_process.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
@@ -156,17 +157,23 @@ TEST_F(NativeValueTest, TypeWithoutARowCannotBeOpened) {
   EXPECT_TRUE(Logged("Value type 0 is not currently supported"));
 }
 
-TEST_F(NativeValueTest, ExpandStringIsSeenAsTheStringItExpandsTo) {
+TEST_F(NativeValueTest, ExpandStringOpensAsAPlainStringBecauseTheTypeTestReadsItExpanded) {
   // The type test reads with any type allowed and without RRF_NOEXPAND, so the registry hands an
-  // expandable string over expanded, as REG_SZ; enumeration alone shows its own type.
-  const std::u16string text = u"plain";
-  ASSERT_EQ(SetRaw(nullptr, u"x", Platform::REG_EXPAND_SZ, text.c_str(), 12), Platform::ERROR_SUCCESS);
+  // expandable string over expanded, as REG_SZ, and the value opens as a string; reads expand it
+  // too. Enumeration alone shows its own type.
+  ASSERT_TRUE(Platform::SetEnvironmentVariableW(u"HALCYRA_EXPAND_TEST", u"expanded"));
+  const std::u16string text = u"%HALCYRA_EXPAND_TEST%/x";
+  ASSERT_EQ(SetRaw(nullptr, u"x", Platform::REG_EXPAND_SZ, text.c_str(),
+                   static_cast<Platform::DWORD>((text.size() + 1) * sizeof(char16_t))),
+            Platform::ERROR_SUCCESS);
   Held<IRegistryValue> value;
   ASSERT_EQ(OpenValue(u"x", SF_READ, nullptr, &value), ErrorNone);
   EXPECT_EQ(value->GetNativeType(), TypeOfWideString());
-  char16_t read[8] = {};
+  char16_t read[32] = {};
   ASSERT_EQ(value->Read(read, sizeof read), ErrorNone);
-  EXPECT_EQ(Text(read), "plain");
+  EXPECT_EQ(Text(read), "expanded/x");
+  EXPECT_EQ(GetRaw(nullptr, u"x").type, static_cast<Platform::DWORD>(Platform::REG_EXPAND_SZ)) << "stored as it was";
+  Platform::SetEnvironmentVariableW(u"HALCYRA_EXPAND_TEST", nullptr);
 }
 
 TEST_F(NativeValueTest, ReadAndWriteNeedTheirRights) {

@@ -8,6 +8,7 @@
 #include "storage_system/heap_allocator.h"
 #include "storage_system/registry/registry_properties.h"
 #include "storage_system/registry/registry_store.h"
+#include "tests/storage_system/registry/registry_probe.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
 #include "tests/support/system_text.h"
 
@@ -127,12 +128,46 @@ TEST_F(StorageSystemTest, KeyOutsideThePredefinedTableFailsSetPathAndClosesAgain
   EXPECT_EQ(system.Delegate().GetKey(), nullptr);
 }
 
-TEST_F(StorageSystemTest, PredefinedKeyNumber8IsRefused) {
+Platform::HKEY PredefinedKey8() {
+  return reinterpret_cast<Platform::HKEY>(static_cast<std::intptr_t>(static_cast<std::int32_t>(0x80000008u)));
+}
+
+TEST_F(StorageSystemTest, PredefinedKeyNumber8IsRefusedByTheRegistryAlreadyAtTheOpen) {
   Held<IStorageSystem> refused;
   StorageSystemParameters parameters = Parameters();
-  parameters.key = reinterpret_cast<Platform::HKEY>(static_cast<std::intptr_t>(static_cast<std::int32_t>(0x80000008u)));
-  EXPECT_NE(OpenStorageSystem(parameters, &refused, SF_READ, nullptr, false), ErrorNone);
+  parameters.key = PredefinedKey8();
+  EXPECT_EQ(OpenStorageSystem(parameters, &refused, SF_READ, nullptr, false), ErrorSystem);
   EXPECT_EQ(refused.get(), nullptr);
+  EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::CStoreDelegate::OpenOrCreateSubKey: RegOpenKeyExW"))
+      << capture.Text();
+}
+
+TEST_F(StorageSystemTest, PredefinedKeyNumber8FailsSetPathAndItsKeyIsClosedAgain) {
+  // The probe opens the sandbox's hive in place of the key number 8, so that the open succeeds and
+  // the storage system's own check of the predefined key has its say.
+  Testing::RegistryProbe::OpenKey8As(sandbox.Hive());
+  StorageSystemParameters parameters = Parameters();
+  parameters.key = PredefinedKey8();
+  const std::string report =
+      "Error 11 in function StorageSystem::Registry::CProperties::SetPath: Unknown Registry predefined key "
+      "0xFFFFFFFF80000008\n";
+  {
+    CStorageSystem system;
+    capture.Clear();
+    EXPECT_EQ(system.Open(&parameters, SF_READ), ErrorInvalidParameter);
+    // One report, which shows twice on the channel without a debugger.
+    EXPECT_EQ(capture.Writes(), (std::vector<std::string>{report, report}));
+    EXPECT_NE(Testing::RegistryProbe::Key8Handle(), nullptr) << "the open succeeded";
+    EXPECT_TRUE(Testing::RegistryProbe::Key8HandleClosed()) << "and the storage system closed its key again";
+    EXPECT_EQ(system.Delegate().GetKey(), nullptr);
+  }
+  Held<IStorageSystem> refused;
+  capture.Clear();
+  EXPECT_EQ(OpenStorageSystem(parameters, &refused, SF_READ, nullptr, false), ErrorInvalidParameter);
+  Testing::RegistryProbe::OpenKey8As(nullptr);
+  EXPECT_EQ(refused.get(), nullptr);
+  EXPECT_EQ(capture.Writes(), (std::vector<std::string>{report, report}));
+  EXPECT_TRUE(Testing::RegistryProbe::Key8HandleClosed());
 }
 
 TEST_F(StorageSystemTest, CloseKeepsTheObjectAndItOpensAgain) {
