@@ -6,22 +6,41 @@
 // borrowed pointer, or null.
 #pragma once
 
+#include <cstdint>
+#include <cstdlib>
 #include <exception>
 #include <map>
 
+#include "foundation/boundary_object.h"
 #include "foundation/error.h"
 #include "foundation/guid.h"
 #include "foundation/interface_ids.h"
 
 namespace Common {
 
-class IExtensible {
+// The daemon calls GetInterface on the modules, and the module on the daemon's objects, so this root
+// keeps the boundary's layout: slot 0 the deleting destructor, slot 1 GetInterface.
+class IExtensible : public IBoundaryObject {
 public:
-  virtual ~IExtensible() = default;
   // The pointer registered for `iid`, or null. Borrowed: no reference is added. Safe from any
   // thread once the object is built.
   virtual void* GetInterface(const GUID* iid) = 0;
+
+  // Slot 0 of a second extensible chain of an object, beside the one of its CExtensible<T> (a
+  // storage system that is also a store): the object's root, which it registers for IID_IExtensible,
+  // destroys the whole object. An object whose root is this chain and which implements no slot 0
+  // cannot be destroyed through an interface; that is a fault of the program, as a call of a pure
+  // virtual operation is, and ends the process.
+  void* ScalarDeletingDestructor(std::uint32_t flags) override {
+    auto* root = static_cast<IExtensible*>(GetInterface(&IID_IExtensible));
+    if (root == nullptr || root == this) std::abort();
+    return root->ScalarDeletingDestructor(flags);
+  }
+
+protected:
+  ~IExtensible() = default;
 };
+static_assert(kIsBoundaryInterface<IExtensible>);
 
 // The name under which CExtensible<T> reports, one per instance of the template, given beside the
 // declaration of each root interface T.
@@ -35,6 +54,12 @@ public:
     auto found = m_interfaces.find(*iid);
     return found == m_interfaces.end() ? nullptr : found->second;
   }
+
+  // Slot 0 runs the destructor below, which reaches the most-derived class.
+  void* ScalarDeletingDestructor(std::uint32_t flags) override { return RunScalarDeletingDestructor(this, flags); }
+
+  // Declared after T's operations, so that its slots of the compiler's own come behind them.
+  virtual ~CExtensible() = default;
 
 protected:
   CExtensible() { RegisterInterfaceBase(IID_IExtensible, static_cast<IExtensible*>(this)); }

@@ -6,8 +6,9 @@
 namespace DynamicModuleHost {
 namespace {
 
-// Ordered by the module's address as a machine word; deletes its handles at process exit.
-using HandleMap = std::map<std::uintptr_t, std::unique_ptr<CDynamicModule>>;
+// Ordered by the module's address as a machine word; destroys its handles at process exit through
+// their deleting destructor, as the daemon would.
+using HandleMap = std::map<std::uintptr_t, std::unique_ptr<IDynamicModule, Common::BoundaryObjectDeleter>>;
 
 HandleMap& Handles() {
   static HandleMap handles;
@@ -22,8 +23,8 @@ IDynamicModule* CDynamicModuleManager::GetDynamicModuleM(Daemon::IModule* module
   auto found = handles.find(key);
   if (found != handles.end()) return found->second.get();
   try {
-    auto handle = std::make_unique<CDynamicModule>(module);
-    CDynamicModule* result = handle.get();
+    std::unique_ptr<IDynamicModule, Common::BoundaryObjectDeleter> handle(new CDynamicModule(module));
+    IDynamicModule* result = handle.get();
     handles.emplace(key, std::move(handle));
     return result;
   } catch (const std::bad_alloc&) {

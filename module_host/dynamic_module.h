@@ -4,24 +4,29 @@
 #include <cstdint>
 #include <map>
 
+#include "foundation/boundary_object.h"
 #include "module_host/module.h"
 
 namespace DynamicModuleHost {
 
-// What the daemon receives from CreateModule. Slot order is part of the contract.
-class IDynamicModule {
+// What the daemon receives from CreateModule. Slot order is part of the contract: 0 deleting
+// destructor, 1 GetVersion, 2 GetModule.
+class IDynamicModule : public Common::IBoundaryObject {
 public:
-  virtual ~IDynamicModule() = default;
   // 0x01010000 for every handle.
   virtual std::uint32_t GetVersion() = 0;
   // The wrapped module; not owned by the handle.
   virtual Daemon::IModule* GetModule() = 0;
+
+protected:
+  ~IDynamicModule() = default;
 };
+static_assert(Common::kIsBoundaryInterface<IDynamicModule>);
 
 constexpr std::uint32_t kDynamicModuleVersion = 0x01010000;
 
 // The one handle implementation: a module pointer it does not own.
-class CDynamicModule final : public IDynamicModule {
+class CDynamicModule final : public Common::CBoundaryObjectT<IDynamicModule> {
 public:
   explicit CDynamicModule(Daemon::IModule* module) : m_module(module) {}
   std::uint32_t GetVersion() override { return kDynamicModuleVersion; }

@@ -16,4 +16,8 @@ ErrorCode AListeningModule::HandleEvent(const ModuleEvent* event) {
 
 IModuleEventListener* AListeningModule::GetEventListener() { return this; }
 
+void* AListeningModule::ScalarDeletingDestructor(std::uint32_t flags) {
+  return AModule::ScalarDeletingDestructor(flags);
+}
+
 }  // namespace Daemon

@@ -18,6 +18,9 @@ public:
   // Returns the Start request's code for event 5, and 0 for every other event.
   [[nodiscard]] ErrorCode HandleEvent(const ModuleEvent* event) override;
   IModuleEventListener* GetEventListener() override;
+
+  // Slot 0 of IModuleEventListener too: destroys the whole module.
+  void* ScalarDeletingDestructor(std::uint32_t flags) override;
 };
 
 }  // namespace Daemon

@@ -116,6 +116,10 @@ void* AModule::GetExtension(std::int32_t code) {
   }
 }
 
+void* AModule::ScalarDeletingDestructor(std::uint32_t flags) {
+  return CExtensible<IModule>::ScalarDeletingDestructor(flags);
+}
+
 void AModule::EnumDependencies(DependencyEnumTarget&) {}
 
 ErrorCode AModule::LoadDependencies() {

@@ -38,6 +38,9 @@ public:
   // (ErrorInvalidParameter) and gives null.
   void* GetExtension(std::int32_t code) override;
 
+  // Slot 0 of both IModule and IExtensionProvider: destroys the whole module.
+  void* ScalarDeletingDestructor(std::uint32_t flags) override;
+
 protected:
   // Declares the module's dependencies into `target`; a module without dependencies keeps this.
   virtual void EnumDependencies(DependencyEnumTarget& target);

@@ -11,14 +11,12 @@ namespace Testing {
 
 // The daemon's manager: answers for the manager's identity and records state changes, with the
 // module's state at the moment of each.
-class RecordingManager final : public Daemon::IDaemonManager, public Common::IExtensible {
+class RecordingManager final : public Common::CBoundaryObjectT<Daemon::IDaemonManager> {
 public:
   void* GetInterface(const Common::GUID* iid) override {
     if (*iid == Daemon::IID_IDaemonManager) return static_cast<Daemon::IDaemonManager*>(this);
     return *iid == Common::IID_IExtensible ? static_cast<Common::IExtensible*>(this) : nullptr;
   }
-  void Unused0() override {}
-  void Unused1() override {}
   Daemon::IModule* FindModule(const Common::GUID* clsid) override {
     for (auto& [id, module] : modules) {
       if (id == *clsid) return module;
@@ -36,7 +34,7 @@ public:
 };
 
 // An object that answers neither a module's nor the manager's identity.
-class StrangerCaller final : public Common::IExtensible {
+class StrangerCaller final : public Common::CBoundaryObjectT<Common::IExtensible> {
 public:
   void* GetInterface(const Common::GUID*) override { return nullptr; }
 };

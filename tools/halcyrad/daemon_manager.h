@@ -7,15 +7,13 @@
 #include "foundation/extensible.h"
 #include "module_host/module.h"
 
-class DaemonManager final : public Daemon::IDaemonManager, public Common::IExtensible {
+class DaemonManager final : public Common::CBoundaryObjectT<Daemon::IDaemonManager> {
 public:
   // `module` and `clsid`: the one module this host drives; borrowed.
   DaemonManager(Daemon::IModule* module, const Common::GUID& clsid) : m_module(module), m_clsid(clsid) {}
 
   void* GetInterface(const Common::GUID* iid) override;
 
-  void Unused0() override {}
-  void Unused1() override {}
   Daemon::IModule* FindModule(const Common::GUID* clsid) override;
   void Unused3() override {}
   void OnModuleStateChanged() override { ++m_stateChanges; }
