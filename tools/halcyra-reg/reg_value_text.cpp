@@ -125,8 +125,9 @@ bool ParseMultiString(std::u16string_view text, char16_t separator, std::vector<
     }
     if (parts.back().empty()) parts.pop_back();
     for (std::u16string_view part : parts) {
-      // An empty string inside the list would end it early when read back.
-      if (part.empty() && parts.size() > 1) return false;
+      // An empty string inside the list, or a terminator inside a string (a command line can spell
+      // one as an overlong UTF-8 form), would end the list early when read back.
+      if ((part.empty() && parts.size() > 1) || part.find(u'\0') != std::u16string_view::npos) return false;
       all.append(part);
       all += u'\0';
     }

@@ -38,7 +38,7 @@ std::string QueryText(const Value& value);
 //     two's complement, and stores 0 without /d;
 //   - REG_BINARY takes hexadecimal digits, an odd count with a 0 put in front;
 //   - REG_MULTI_SZ splits at the separator; one separator at the end is dropped, and an empty
-//     string is refused unless it is the only one.
+//     string is refused unless it is the only one, as is a string holding a terminator.
 bool ParseData(Platform::DWORD type, const std::optional<std::u16string>& data, char16_t separator,
                std::vector<Platform::BYTE>& bytes);
 

@@ -6,7 +6,6 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -82,9 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
   const bool ownSeparator = provider.ConsumeBool();
   const char16_t separator = ownSeparator ? provider.ConsumeIntegralInRange<char16_t>(1, 0xFFFF) : u'\0';
   const DWORD storedType = provider.ConsumeIntegral<DWORD>() % 16;
-  // A command line cannot hold a NUL.
-  std::string text = provider.ConsumeRandomLengthString(512);
-  text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
+  const std::string text = provider.ConsumeRandomLengthString(512);
   std::optional<std::u16string> data;
   if (hasData) data = Platform::Utf8ToUtf16(text);
   std::vector<BYTE> bytes;

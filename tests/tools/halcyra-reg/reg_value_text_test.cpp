@@ -125,7 +125,8 @@ INSTANTIATE_TEST_SUITE_P(
                       DataCase{"EmptyInside", REG_MULTI_SZ, u"two##strings", u'#', kRefused},
                       DataCase{"LeadingSeparator", REG_MULTI_SZ, u"#a", u'#', kRefused},
                       DataCase{"LeadingDefaultSeparator", REG_MULTI_SZ, u"\\0a", 0, kRefused},
-                      DataCase{"TwoTrailingSeparators", REG_MULTI_SZ, u"a##", u'#', kRefused}));
+                      DataCase{"TwoTrailingSeparators", REG_MULTI_SZ, u"a##", u'#', kRefused},
+                      DataCase{"TerminatorInside", REG_MULTI_SZ, u"a\0b"s, u'#', kRefused}));
 
 TEST(RegValueTextTest, TakesTheTypeNamesRegAddTakesInAnyCase) {
   DWORD type = 99;
