@@ -39,9 +39,9 @@ int Add(const Arguments& arguments) {
   }
   DWORD type = REG_SZ;
   if (typeName && !TypeByName(*typeName, type)) return InvalidSyntax("ADD");
-  // One character whatever the type; only a REG_MULTI_SZ uses it.
+  // One character (not a terminator) whatever the type; only a REG_MULTI_SZ uses it.
   const std::u16string wideSeparator = separator ? Utf8ToUtf16(*separator) : std::u16string();
-  if (separator && wideSeparator.size() != 1) return InvalidSyntax("ADD");
+  if (separator && (wideSeparator.size() != 1 || wideSeparator[0] == u'\0')) return InvalidSyntax("ADD");
   std::optional<std::u16string> wideData;
   if (data) wideData = Utf8ToUtf16(*data);
   std::vector<BYTE> bytes;
