@@ -1,4 +1,4 @@
-// reg add: creates a key, and sets one value of it.
+// reg add: creates a key, and sets one value of it: the named one, else its default value.
 #include <optional>
 
 #include "platform/unique_handle.h"
@@ -15,7 +15,7 @@ using namespace Platform;
 int Add(const Arguments& arguments) {
   if (arguments.empty()) return InvalidSyntax("ADD");
   KeyName name;
-  if (!ParseKeyName(arguments[0], name) || name.path.empty()) return InvalidKeyName("ADD");
+  if (!ParseKeyName(arguments[0], name)) return InvalidKeyName("ADD");
   std::optional<std::string> valueName, typeName, separator, data;
   bool defaultValue = false, force = false;
   for (std::size_t i = 1; i < arguments.size(); ++i) {
@@ -39,15 +39,18 @@ int Add(const Arguments& arguments) {
   }
   DWORD type = REG_SZ;
   if (typeName && !TypeByName(*typeName, type)) return InvalidSyntax("ADD");
-  if (separator && (type != REG_MULTI_SZ || separator->size() != 1)) return InvalidSyntax("ADD");
+  // One character (not a terminator) whatever the type; only a REG_MULTI_SZ uses it.
+  const std::u16string wideSeparator = separator ? Utf8ToUtf16(*separator) : std::u16string();
+  if (separator && (wideSeparator.size() != 1 || wideSeparator[0] == u'\0')) return InvalidSyntax("ADD");
+  std::optional<std::u16string> wideData;
+  if (data) wideData = Utf8ToUtf16(*data);
   std::vector<BYTE> bytes;
-  if (!ParseData(type, data.value_or(""), separator.value_or(""), bytes)) return InvalidSyntax("ADD");
+  if (!ParseData(type, wideData, separator ? wideSeparator[0] : u'\0', bytes)) return InvalidSyntax("ADD");
 
   UniqueKey key;
   LSTATUS status = RegCreateKeyExW(name.root, name.WidePath().c_str(), 0, nullptr, 0, KEY_QUERY_VALUE | KEY_SET_VALUE,
                                    nullptr, key.put(), nullptr);
   if (status != ERROR_SUCCESS) return Failed(status);
-  if (!valueName && !defaultValue) return Succeeded();
 
   std::u16string wideName = valueName ? Utf8ToUtf16(*valueName) : std::u16string();
   if (!force && RegQueryValueExW(key.get(), wideName.c_str(), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS &&

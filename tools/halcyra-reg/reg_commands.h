@@ -9,6 +9,10 @@ namespace RegTool {
 
 using Arguments = std::vector<std::string>;
 
+// Runs the command line `words` (the operation and its arguments, in UTF-8) and returns the exit
+// code. Called once, from the process's entry point.
+int RunRegTool(const Arguments& words);
+
 int Query(const Arguments& arguments);
 int Add(const Arguments& arguments);
 int Delete(const Arguments& arguments);

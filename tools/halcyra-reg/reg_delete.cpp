@@ -5,6 +5,7 @@
 #include "platform/utf.h"
 #include "tools/halcyra-reg/reg_commands.h"
 #include "tools/halcyra-reg/reg_console.h"
+#include "tools/halcyra-reg/reg_key_contents.h"
 #include "tools/halcyra-reg/reg_key_name.h"
 #include "tools/halcyra-reg/reg_value_text.h"
 

@@ -7,6 +7,7 @@
 #include "tools/halcyra-reg/reg_commands.h"
 #include "tools/halcyra-reg/reg_console.h"
 #include "tools/halcyra-reg/reg_file.h"
+#include "tools/halcyra-reg/reg_key_contents.h"
 #include "tools/halcyra-reg/reg_key_name.h"
 #include "tools/halcyra-reg/reg_value_text.h"
 
@@ -41,6 +42,7 @@ int Export(const Arguments& arguments) {
   KeyName name;
   if (!ParseKeyName(arguments[0], name)) return InvalidKeyName("EXPORT");
   const std::string& file = arguments[1];
+  const std::filesystem::path path(Utf8ToUtf16(file));
   bool overwrite = arguments.size() == 3;
   UniqueKey key;
   LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.put());
@@ -50,11 +52,11 @@ int Export(const Arguments& arguments) {
   status = AppendTree(key.get(), name.Full(), text);
   if (status != ERROR_SUCCESS) return Failed(status);
   std::error_code ignored;
-  if (!overwrite && std::filesystem::exists(file, ignored) &&
+  if (!overwrite && std::filesystem::exists(path, ignored) &&
       !Confirm("File " + file + " already exists. Overwrite")) {
     return Canceled();
   }
-  std::ofstream out(file, std::ios::binary | std::ios::trunc);
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
   std::string bytes = "\xFF\xFE";
   for (char16_t c : text) {
     bytes += static_cast<char>(c & 0xFF);

@@ -1,8 +1,5 @@
 #include "tools/halcyra-reg/reg_key_name.h"
 
-#include <algorithm>
-#include <cctype>
-
 #include "platform/utf.h"
 
 namespace RegTool {
@@ -22,8 +19,11 @@ const Root kRoots[] = {
     {"HKCC", "HKEY_CURRENT_CONFIG", Platform::HKEY_CURRENT_CONFIG},
 };
 
+// Root names are ASCII; other letters stay as they are, so that no locale can match them.
 std::string Upper(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  for (char& c : text) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
   return text;
 }
 
@@ -48,9 +48,13 @@ bool ParseKeyName(const std::string& text, KeyName& name) {
   std::string root = text.substr(0, slash);
   name.root = RootByName(root, &name.rootName);
   if (name.root == nullptr) return false;
-  name.path = slash == std::string::npos ? std::string() : text.substr(slash + 1);
-  while (!name.path.empty() && name.path.back() == '\\') name.path.pop_back();
-  return name.path.empty() || name.path.front() != '\\';
+  if (slash == std::string::npos) {
+    name.path.clear();
+    return true;
+  }
+  name.path = text.substr(slash + 1);
+  if (!name.path.empty() && name.path.back() == '\\') name.path.pop_back();
+  return !name.path.empty() && name.path.front() != '\\' && name.path.back() != '\\';
 }
 
 }  // namespace RegTool

@@ -18,7 +18,9 @@ struct KeyName {
   std::u16string WidePath() const;
 };
 
-// Parses `text`; false for an unknown root or a remote name ("\\machine\...").
+// Parses a key name of a command line. False for an unknown root, a remote name ("\\machine\..."),
+// a root followed by a backslash and nothing more, and a path that starts or ends with more than
+// one backslash; one backslash at the end is dropped.
 bool ParseKeyName(const std::string& text, KeyName& name);
 
 // The long name of a root as given in a .reg file or on a command line, or null.

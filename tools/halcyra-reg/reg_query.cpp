@@ -1,11 +1,11 @@
 // reg query: the values of a key, its sub-keys, or one value, optionally through the subtree.
-#include <cwctype>
 #include <optional>
 
 #include "platform/unique_handle.h"
 #include "platform/utf.h"
 #include "tools/halcyra-reg/reg_commands.h"
 #include "tools/halcyra-reg/reg_console.h"
+#include "tools/halcyra-reg/reg_key_contents.h"
 #include "tools/halcyra-reg/reg_key_name.h"
 #include "tools/halcyra-reg/reg_value_text.h"
 
@@ -14,15 +14,6 @@ namespace RegTool {
 using namespace Platform;
 
 namespace {
-
-// Value names compare without regard to case, as the registry compares them.
-bool SameName(const std::u16string& a, const std::u16string& b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (std::towupper(a[i]) != std::towupper(b[i])) return false;
-  }
-  return true;
-}
 
 std::string ValueLine(const Value& value) {
   return "    " + DisplayName(value.name) + "    " + TypeName(value.type) + "    " + QueryText(value);
@@ -50,18 +41,21 @@ LSTATUS QueryTree(HKEY key, const std::string& fullName, bool isStart, std::stri
   return ERROR_SUCCESS;
 }
 
-// Lines of the keys of the subtree that have the value `name`, and how many do.
+// Lines of the keys of the subtree that have the value `name`, and how many do. The registry finds
+// the value, matching the name as it matches any value name; the lines show `name` as typed, as
+// for a query of one key.
 LSTATUS FindValue(HKEY key, const std::string& fullName, const std::u16string& name, std::string& output, int& matches) {
-  std::vector<Value> values;
-  std::vector<std::u16string> subKeys;
-  LSTATUS status = ReadValues(key, values);
-  if (status == ERROR_SUCCESS) status = ReadSubKeys(key, subKeys);
-  if (status != ERROR_SUCCESS) return status;
-  for (const Value& value : values) {
-    if (!SameName(value.name, name)) continue;
+  Value value;
+  LSTATUS status = ReadValue(key, name, value);
+  if (status == ERROR_SUCCESS) {
     output += fullName + "\n" + ValueLine(value) + "\n\n";
     ++matches;
+  } else if (status != ERROR_FILE_NOT_FOUND) {
+    return status;
   }
+  std::vector<std::u16string> subKeys;
+  status = ReadSubKeys(key, subKeys);
+  if (status != ERROR_SUCCESS) return status;
   for (const std::u16string& sub : subKeys) {
     UniqueKey child;
     if (RegOpenKeyExW(key, sub.c_str(), 0, KEY_READ, child.put()) != ERROR_SUCCESS) continue;
@@ -98,29 +92,22 @@ int Query(const Arguments& arguments) {
   if (valueName || defaultValue) {
     std::u16string wanted = valueName ? Utf8ToUtf16(*valueName) : std::u16string();
     if (subtree) {
+      // A search: no match is a result too.
       int matches = 0;
       status = FindValue(key.get(), name.Full(), wanted, output, matches);
       if (status != ERROR_SUCCESS) return Failed(status);
-      if (matches == 0) return Failed(ERROR_FILE_NOT_FOUND);
       output += "End of search: " + std::to_string(matches) + " match(es) found.";
       PrintLine(output);
       return kSuccess;
     }
-    std::vector<Value> values;
-    status = ReadValues(key.get(), values);
-    if (status != ERROR_SUCCESS) return Failed(status);
-    std::optional<Value> found;
-    for (const Value& value : values) {
-      if (SameName(value.name, wanted)) {
-        found = value;
-        break;
-      }
-    }
-    if (!found) {
-      if (!defaultValue) return Failed(ERROR_FILE_NOT_FOUND);
+    Value value;
+    status = ReadValue(key.get(), wanted, value);
+    if (status == ERROR_FILE_NOT_FOUND && defaultValue) {
       output += name.Full() + "\n    (Default)    REG_SZ    (value not set)\n";
+    } else if (status != ERROR_SUCCESS) {
+      return Failed(status);
     } else {
-      output += name.Full() + "\n" + ValueLine(*found) + "\n";
+      output += name.Full() + "\n" + ValueLine(value) + "\n";
     }
     PrintLine(output);
     return kSuccess;

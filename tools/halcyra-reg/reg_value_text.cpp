@@ -1,8 +1,6 @@
 #include "tools/halcyra-reg/reg_value_text.h"
 
-#include <cctype>
-#include <cerrno>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
 
 #include "platform/utf.h"
@@ -33,19 +31,111 @@ const TypeEntry kTypes[] = {
     {REG_QWORD, "REG_QWORD"},
 };
 
-std::vector<BYTE> StringBytes(const std::u16string& text) {
+// The types "reg add /t" takes, by the names it takes them by.
+const TypeEntry kAddTypes[] = {
+    {REG_SZ, "REG_SZ"},
+    {REG_MULTI_SZ, "REG_MULTI_SZ"},
+    {REG_EXPAND_SZ, "REG_EXPAND_SZ"},
+    {REG_DWORD, "REG_DWORD"},
+    {REG_DWORD, "REG_DWORD_LITTLE_ENDIAN"},
+    {REG_DWORD_BIG_ENDIAN, "REG_DWORD_BIG_ENDIAN"},
+    {REG_QWORD, "REG_QWORD"},
+    {REG_BINARY, "REG_BINARY"},
+    {REG_NONE, "REG_NONE"},
+};
+
+char AsciiUpper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
+int HexDigit(char16_t c) {
+  if (c >= u'0' && c <= u'9') return c - u'0';
+  if (c >= u'a' && c <= u'f') return c - u'a' + 10;
+  if (c >= u'A' && c <= u'F') return c - u'A' + 10;
+  return -1;
+}
+
+std::vector<BYTE> StringBytes(std::u16string_view text) {
   std::vector<BYTE> bytes((text.size() + 1) * sizeof(char16_t), 0);
-  std::memcpy(bytes.data(), text.data(), text.size() * sizeof(char16_t));
+  if (!text.empty()) std::memcpy(bytes.data(), text.data(), text.size() * sizeof(char16_t));
   return bytes;
 }
 
-bool ParseNumber(const std::string& text, unsigned long long limit, unsigned long long& number) {
-  if (text.empty() || text[0] == '-' || text[0] == '+' || std::isspace(static_cast<unsigned char>(text[0]))) return false;
-  bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-  errno = 0;
-  char* end = nullptr;
-  number = std::strtoull(hex ? text.c_str() + 2 : text.c_str(), &end, hex ? 16 : 10);
-  return errno == 0 && end != nullptr && *end == 0 && number <= limit;
+// Digits of `base` only, the whole text, without overflowing `limit`.
+bool ParseDigits(std::u16string_view text, unsigned base, unsigned long long limit, unsigned long long& number) {
+  if (text.empty()) return false;
+  number = 0;
+  for (char16_t c : text) {
+    int digit = HexDigit(c);
+    if (digit < 0 || static_cast<unsigned>(digit) >= base) return false;
+    if (number > (limit - static_cast<unsigned>(digit)) / base) return false;
+    number = number * base + static_cast<unsigned>(digit);
+  }
+  return true;
+}
+
+// A /d number: decimal, or hexadecimal after "0x"; `negative` allows a '-' before a decimal, which
+// stores its two's complement.
+bool ParseNumber(std::u16string_view text, unsigned long long limit, bool negative, unsigned long long& number) {
+  if (text.empty()) {
+    number = 0;
+    return true;
+  }
+  if (text.size() > 2 && text[0] == u'0' && (text[1] == u'x' || text[1] == u'X')) {
+    return ParseDigits(text.substr(2), 16, limit, number);
+  }
+  if (negative && text[0] == u'-') {
+    if (!ParseDigits(text.substr(1), 10, limit, number)) return false;
+    number = 0 - number;
+    return true;
+  }
+  return ParseDigits(text, 10, limit, number);
+}
+
+bool ParseBinary(std::u16string_view text, std::vector<BYTE>& bytes) {
+  std::size_t i = 0;
+  // A lone first digit is the low half of the first byte.
+  if (text.size() % 2 != 0) {
+    int digit = HexDigit(text[0]);
+    if (digit < 0) return false;
+    bytes.push_back(static_cast<BYTE>(digit));
+    i = 1;
+  }
+  for (; i < text.size(); i += 2) {
+    int high = HexDigit(text[i]);
+    int low = HexDigit(text[i + 1]);
+    if (high < 0 || low < 0) return false;
+    bytes.push_back(static_cast<BYTE>(high * 16 + low));
+  }
+  return true;
+}
+
+bool ParseMultiString(std::u16string_view text, char16_t separator, std::vector<BYTE>& bytes) {
+  std::u16string all;
+  if (!text.empty()) {
+    const std::u16string_view split = separator == 0 ? std::u16string_view(u"\\0") : std::u16string_view(&separator, 1);
+    std::vector<std::u16string_view> parts;
+    std::size_t start = 0;
+    for (;;) {
+      std::size_t end = text.find(split, start);
+      if (end == std::u16string_view::npos) {
+        parts.push_back(text.substr(start));
+        break;
+      }
+      parts.push_back(text.substr(start, end - start));
+      start = end + split.size();
+    }
+    if (parts.back().empty()) parts.pop_back();
+    for (std::u16string_view part : parts) {
+      // An empty string inside the list, or a terminator inside a string (a command line can spell
+      // one as an overlong UTF-8 form), would end the list early when read back.
+      if ((part.empty() && parts.size() > 1) || part.find(u'\0') != std::u16string_view::npos) return false;
+      all.append(part);
+      all += u'\0';
+    }
+  }
+  all += u'\0';
+  bytes.resize(all.size() * sizeof(char16_t));
+  std::memcpy(bytes.data(), all.data(), bytes.size());
+  return true;
 }
 
 }  // namespace
@@ -61,10 +151,10 @@ std::string TypeName(DWORD type) {
 
 bool TypeByName(const std::string& name, DWORD& type) {
   std::string upper;
-  for (char c : name) upper += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  for (DWORD accepted : {REG_SZ, REG_MULTI_SZ, REG_EXPAND_SZ, REG_DWORD, REG_QWORD, REG_BINARY, REG_NONE}) {
-    if (upper == TypeName(accepted)) {
-      type = accepted;
+  for (char c : name) upper += AsciiUpper(c);
+  for (const TypeEntry& entry : kAddTypes) {
+    if (upper == entry.name) {
+      type = entry.type;
       return true;
     }
   }
@@ -86,9 +176,12 @@ std::string QueryText(const Value& value) {
     case REG_SZ:
     case REG_EXPAND_SZ:
       return Utf16ToUtf8(StringOf(value.data));
+    // A big-endian double word is read in the machine's order, deliberately: Windows stores and
+    // shows it as it does any REG_DWORD, so the number matches what "reg add" was given.
     case REG_DWORD:
+    case REG_DWORD_BIG_ENDIAN:
     case REG_QWORD:
-      if (value.data.size() == (value.type == REG_DWORD ? 4u : 8u)) {
+      if (value.data.size() == (value.type == REG_QWORD ? 8u : 4u)) {
         unsigned long long number = 0;
         std::memcpy(&number, value.data.data(), value.data.size());
         char text[24];
@@ -105,7 +198,7 @@ std::string QueryText(const Value& value) {
         std::size_t end = all.find(u'\0', start);
         if (end == std::u16string::npos) end = all.size();
         if (end == start) break;
-        if (!text.empty()) text += "\\0";
+        if (start != 0) text += "\\0";
         text += Utf16ToUtf8(std::u16string_view(all).substr(start, end - start));
         start = end + 1;
       }
@@ -123,83 +216,29 @@ std::string QueryText(const Value& value) {
   return text;
 }
 
-bool ParseData(DWORD type, const std::string& data, const std::string& separator, std::vector<BYTE>& bytes) {
+bool ParseData(DWORD type, const std::optional<std::u16string>& data, char16_t separator, std::vector<BYTE>& bytes) {
   bytes.clear();
+  const std::u16string_view text = data ? std::u16string_view(*data) : std::u16string_view();
   switch (type) {
-    case REG_SZ:
-    case REG_EXPAND_SZ:
-      bytes = StringBytes(Utf8ToUtf16(data));
-      return true;
     case REG_DWORD:
+    case REG_DWORD_BIG_ENDIAN:
     case REG_QWORD: {
+      const bool quad = type == REG_QWORD;
+      if (!data && !quad) return false;
       unsigned long long number = 0;
-      std::string text = data.empty() ? "0" : data;
-      if (!ParseNumber(text, type == REG_DWORD ? 0xFFFFFFFFull : ~0ull, number)) return false;
-      bytes.resize(type == REG_DWORD ? 4 : 8);
+      if (!ParseNumber(text, quad ? ~0ull : 0xFFFFFFFFull, quad, number)) return false;
+      // Stored in the machine's order whatever the type, deliberately, as Windows stores it.
+      bytes.resize(quad ? 8 : 4);
       std::memcpy(bytes.data(), &number, bytes.size());
       return true;
     }
-    case REG_MULTI_SZ: {
-      std::string sep = separator.empty() ? "\\0" : separator;
-      std::u16string all;
-      std::size_t start = 0;
-      while (start < data.size()) {
-        std::size_t end = data.find(sep, start);
-        if (end == std::string::npos) end = data.size();
-        // Two separators in a row would end the list early; reg.exe refuses them.
-        if (end == start) return false;
-        all += Utf8ToUtf16(data.substr(start, end - start));
-        all += u'\0';
-        start = end + sep.size();
-        if (start == data.size() && end != data.size()) return false;
-      }
-      all += u'\0';
-      bytes.resize(all.size() * 2);
-      std::memcpy(bytes.data(), all.data(), bytes.size());
+    case REG_BINARY:
+      return ParseBinary(text, bytes);
+    case REG_MULTI_SZ:
+      return ParseMultiString(text, separator, bytes);
+    default:
+      bytes = StringBytes(text);
       return true;
-    }
-    default: {
-      if (data.size() % 2 != 0) return false;
-      for (std::size_t i = 0; i < data.size(); i += 2) {
-        if (!std::isxdigit(static_cast<unsigned char>(data[i])) || !std::isxdigit(static_cast<unsigned char>(data[i + 1]))) {
-          return false;
-        }
-        bytes.push_back(static_cast<BYTE>(std::strtoul(data.substr(i, 2).c_str(), nullptr, 16)));
-      }
-      return true;
-    }
-  }
-}
-
-LSTATUS ReadValues(HKEY key, std::vector<Value>& values) {
-  values.clear();
-  std::vector<char16_t> name(MAX_VALUE_NAME_LENGTH + 1);
-  std::vector<BYTE> data(4096);
-  for (DWORD index = 0;;) {
-    DWORD nameLength = static_cast<DWORD>(name.size());
-    DWORD size = static_cast<DWORD>(data.size());
-    DWORD type = 0;
-    LSTATUS status = RegEnumValueW(key, index, name.data(), &nameLength, nullptr, &type, data.data(), &size);
-    if (status == ERROR_NO_MORE_ITEMS) return ERROR_SUCCESS;
-    if (status == ERROR_MORE_DATA && size > data.size()) {
-      data.resize(size);
-      continue;
-    }
-    if (status != ERROR_SUCCESS) return status;
-    values.push_back(Value{std::u16string(name.data(), nameLength), type, std::vector<BYTE>(data.begin(), data.begin() + size)});
-    ++index;
-  }
-}
-
-LSTATUS ReadSubKeys(HKEY key, std::vector<std::u16string>& names) {
-  names.clear();
-  for (DWORD index = 0;; ++index) {
-    char16_t name[MAX_KEY_NAME_LENGTH + 1];
-    DWORD length = MAX_KEY_NAME_LENGTH + 1;
-    LSTATUS status = RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
-    if (status == ERROR_NO_MORE_ITEMS) return ERROR_SUCCESS;
-    if (status != ERROR_SUCCESS) return status;
-    names.emplace_back(name, length);
   }
 }
 

@@ -7,6 +7,8 @@
 //   halcyra-reg export KEY FILE [/y]
 //   halcyra-reg import FILE
 //   halcyra-reg watch KEY [/s]
+//
+// The entry point of each system (main_posix.cpp, main_win32.cpp) hands the arguments over in UTF-8.
 #include <cctype>
 #include <string>
 
@@ -59,12 +61,13 @@ bool IsHelp(const Arguments& arguments) {
 
 }  // namespace RegTool
 
-int main(int argc, char** argv) {
-  using namespace RegTool;
-  if (argc < 2) return InvalidSyntax("");
-  std::string operation = argv[1];
+namespace RegTool {
+
+int RunRegTool(const Arguments& words) {
+  if (words.empty()) return InvalidSyntax("");
+  std::string operation = words[0];
   for (char& c : operation) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  Arguments arguments(argv + 2, argv + argc);
+  Arguments arguments(words.begin() + 1, words.end());
   if (IsOption(operation, "?") || IsOption(operation, "H")) {
     PrintLine(kUsage);
     return kSuccess;
@@ -83,3 +86,5 @@ int main(int argc, char** argv) {
   if (operation == "WATCH") return Watch(arguments);
   return InvalidSyntax("");
 }
+
+}  // namespace RegTool
