@@ -6,9 +6,9 @@
 #include <span>
 #include <vector>
 
-#include "platform/posix/registry_names.h"
-#include "platform/posix/registry_state.h"
-#include "platform/posix/registry_value_rules.h"
+#include "platform/posix/registry/names.h"
+#include "platform/posix/registry/state.h"
+#include "platform/posix/registry/value_rules.h"
 #include "platform/synchronization.h"
 
 namespace Platform {

@@ -11,6 +11,10 @@
 //
 // A process has one RegistryHive per hive file. Its lock serialises the use of its connection and
 // caches; any thread may call any function.
+//
+// The class is implemented along its seams: hive_open.cpp (opening and schema), hive_statements.cpp
+// (the prepared SQL), hive_transaction.cpp (the write transaction and the change log), hive_cache.cpp
+// (the caches), hive_read.cpp (reads and enumeration) and hive_write.cpp (writes).
 #pragma once
 
 #include <sqlite3.h>
@@ -24,11 +28,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/posix/registry_change_log.h"
-#include "platform/posix/registry_checkpointer.h"
-#include "platform/posix/registry_generation.h"
-#include "platform/posix/registry_names.h"
-#include "platform/posix/registry_sqlite.h"
+#include "platform/posix/registry/change_log.h"
+#include "platform/posix/registry/checkpointer.h"
+#include "platform/posix/registry/generation.h"
+#include "platform/posix/registry/names.h"
+#include "platform/posix/registry/sqlite.h"
 #include "platform/types.h"
 
 namespace Platform::Posix {
@@ -162,26 +166,70 @@ private:
   struct Statements;
 
   RegistryHive() = default;
-  LSTATUS Initialise(const std::string& bootId);
-  LSTATUS PrepareStatements();
 
-  // Under m_mutex.
+  // Opening (hive_open.cpp). Each returns ERROR_SUCCESS, ERROR_BADDB for a file that is not a hive
+  // (reported once), or the error of the failed SQLite step.
+  LSTATUS Initialise();
+  LSTATUS Probe(bool& empty, bool& hasKeys);
+  LSTATUS FindStaleVolatileKeys(bool& stale);
+  // Creates what a new hive lacks and removes the volatile keys of other boots, in one transaction.
+  LSTATUS PrepareContents(bool staleVolatile);
+  LSTATUS PrepareStatements();
+  // The status of a failed SQLite step while opening; a file that is no hive is reported with
+  // `detail` as the reason.
+  LSTATUS OpeningFailed(int result, const char* detail) const;
+
+  // The caches (hive_cache.cpp), under m_mutex.
   LSTATUS CheckAlive(HiveKey& key);
   LSTATUS LookUpKey(const std::u16string& path, CachedKey& found);
   bool KeyCacheCurrent(std::uint64_t& structure);
   bool ValueCacheCurrent(std::uint64_t& values);
   void ForgetCaches();
-  // Inside a write transaction: walks `relative` below `base`, creating what is missing when
-  // `create`. Fills `key`, and `created` when something was created.
-  LSTATUS ResolveForWrite(Transaction& transaction, HiveKey& base, const KeyPath& relative, bool create,
-                          const CreateOptions& options, HiveKey& key, bool& created);
-  LSTATUS RecordChange(Transaction& transaction, ChangeKind kind, std::u16string_view path);
-  // Records a change of the value `name` of `target`, commits, and puts `entry` (what the value now
-  // is) in the value cache while that cache was current; otherwise the cache is dropped.
-  LSTATUS CommitValueChange(Transaction& transaction, const HiveKey& target, std::u16string_view name,
-                            CachedValue entry);
+  // The cached value `name` of the key `keyId`, or null. `values` receives the count at which the
+  // cache is current, kNoGeneration when it is not; `folded` the folded name, valid until the next
+  // call of a cache function.
+  const CachedValue* FindCachedValue(std::int64_t keyId, std::u16string_view name, std::uint64_t& values,
+                                     std::u16string_view& folded);
+  // Keeps `read`, the value last asked for of FindCachedValue, when the cache is still current at
+  // `values`; returns the entry kept, or `read` itself.
+  const CachedValue* KeepValue(std::uint64_t values, CachedValue& read);
+  // After a commit that created keys: enters them in the key cache, which then follows the commit,
+  // when the cache was current before it (true); otherwise the cache is emptied. False as well
+  // when no key was created.
+  bool CacheCreatedKeys(Transaction& transaction);
+  // After a commit that changed the value `name` of the key `keyId`: puts `entry` in the value
+  // cache when that cache was current before the commit; otherwise the cache is dropped.
+  void CacheValueChange(const Transaction& transaction, std::int64_t keyId, std::u16string_view name,
+                        CachedValue entry);
+
+  // Reads (hive_read.cpp), under m_mutex.
+  LSTATUS ReadValueRow(std::int64_t keyId, std::u16string_view folded, CachedValue& read);
   LSTATUS LoadSubKeys(HiveKey& key, bool needLastWrite);
   LSTATUS LoadValues(HiveKey& key);
+
+  // Writes (hive_write.cpp), inside a write transaction.
+  // Walks `relative` below `base`, creating what is missing when `create`. Fills `key`, and
+  // `created` when something was created.
+  LSTATUS ResolveForWrite(Transaction& transaction, HiveKey& base, const KeyPath& relative, bool create,
+                          const CreateOptions& options, HiveKey& key, bool& created);
+  // Inserts the key `name` (folded: `folded`, full path: `path`) below `parentId`, touches the
+  // parent and logs the creation; `id` receives the new key's id.
+  LSTATUS InsertKey(Transaction& transaction, std::int64_t parentId, std::u16string_view name,
+                    std::u16string_view folded, const std::u16string& path, bool last, const CreateOptions& options,
+                    std::int64_t& id);
+  LSTATUS RecordChange(Transaction& transaction, ChangeKind kind, std::u16string_view path);
+  // Records a change of the value `name` of `target`, commits, and caches `entry` (what the value
+  // now is).
+  LSTATUS CommitValueChange(Transaction& transaction, const HiveKey& target, std::u16string_view name,
+                            CachedValue entry);
+  // Deletes every sub-key and value of `target`, and logs what went.
+  LSTATUS EmptyKey(Transaction& transaction, const HiveKey& target);
+  // Deletes `target` with its subtree, and logs it.
+  LSTATUS DeleteSubtree(Transaction& transaction, const HiveKey& target);
+  // Runs one statement of a deletion that binds `id` as ?1 and, when `time` is not 0, `time` as ?2.
+  LSTATUS RunForKey(SqliteStatement& statement, std::int64_t id, std::int64_t time = 0);
+  // Runs one statement that binds the byte range of `path`'s subtree as ?1 and ?2.
+  LSTATUS RunForSubtree(SqliteStatement& statement, std::u16string_view path);
 
   std::mutex m_mutex;
   std::string m_filePath;

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/posix/registry_hive.h"
+#include "platform/posix/registry/hive.h"
 #include "platform/types.h"
 
 namespace Platform::Posix {

@@ -1,8 +1,8 @@
-#include "platform/posix/registry_state.h"
+#include "platform/posix/registry/state.h"
 
 #include <atomic>
 
-#include "platform/posix/registry_folder.h"
+#include "platform/posix/registry/folder.h"
 #include "platform/registry.h"
 
 namespace Platform::Posix {

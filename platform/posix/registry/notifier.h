@@ -22,8 +22,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/posix/registry_change_log.h"
-#include "platform/posix/registry_hive.h"
+#include "platform/posix/registry/change_log.h"
+#include "platform/posix/registry/hive.h"
 #include "platform/types.h"
 
 namespace Platform::Posix {

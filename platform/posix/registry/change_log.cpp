@@ -1,4 +1,4 @@
-#include "platform/posix/registry_change_log.h"
+#include "platform/posix/registry/change_log.h"
 
 #include "platform/registry.h"
 

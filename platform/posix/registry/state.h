@@ -10,9 +10,9 @@
 #include <mutex>
 #include <string>
 
-#include "platform/posix/registry_hive.h"
-#include "platform/posix/registry_key_table.h"
-#include "platform/posix/registry_notifier.h"
+#include "platform/posix/registry/hive.h"
+#include "platform/posix/registry/key_table.h"
+#include "platform/posix/registry/notifier.h"
 #include "platform/types.h"
 
 namespace Platform::Posix {

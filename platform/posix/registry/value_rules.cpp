@@ -1,4 +1,4 @@
-#include "platform/posix/registry_value_rules.h"
+#include "platform/posix/registry/value_rules.h"
 
 #include <cstring>
 #include <string>

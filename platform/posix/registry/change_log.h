@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/posix/registry_sqlite.h"
+#include "platform/posix/registry/sqlite.h"
 #include "platform/types.h"
 
 namespace Platform::Posix {

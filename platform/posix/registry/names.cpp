@@ -1,4 +1,4 @@
-#include "platform/posix/registry_names.h"
+#include "platform/posix/registry/names.h"
 
 #include <locale.h>
 #include <wctype.h>

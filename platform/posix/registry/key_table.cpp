@@ -1,4 +1,4 @@
-#include "platform/posix/registry_key_table.h"
+#include "platform/posix/registry/key_table.h"
 
 namespace Platform::Posix {
 namespace {

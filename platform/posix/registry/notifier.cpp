@@ -1,4 +1,4 @@
-#include "platform/posix/registry_notifier.h"
+#include "platform/posix/registry/notifier.h"
 
 #include <errno.h>
 #include <poll.h>

@@ -1,4 +1,4 @@
-#include "platform/posix/registry_checkpointer.h"
+#include "platform/posix/registry/checkpointer.h"
 
 namespace Platform::Posix {
 namespace {

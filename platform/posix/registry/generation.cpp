@@ -1,4 +1,4 @@
-#include "platform/posix/registry_generation.h"
+#include "platform/posix/registry/generation.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -1,4 +1,4 @@
-#include "platform/posix/registry_sqlite.h"
+#include "platform/posix/registry/sqlite.h"
 
 #include "platform/registry.h"
 

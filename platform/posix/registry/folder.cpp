@@ -1,4 +1,4 @@
-#include "platform/posix/registry_folder.h"
+#include "platform/posix/registry/folder.h"
 
 #include <errno.h>
 #include <pwd.h>

@@ -1,0 +1,80 @@
+// A hive's write transaction and its change log entries.
+#include "platform/posix/registry/hive_transaction.h"
+
+#include <time.h>
+
+#include "platform/posix/registry/hive_statements.h"
+#include "platform/registry.h"
+
+namespace Platform::Posix {
+
+std::int64_t NowAsFileTime() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return static_cast<std::int64_t>(now.tv_sec) * 10000000 + now.tv_nsec / 100 + 116444736000000000LL;
+}
+
+RegistryHive::Transaction::~Transaction() {
+  if (m_open) StatementUse(m_hive.m_statements->rollback).Step();
+}
+
+LSTATUS RegistryHive::Transaction::Begin() {
+  if (!m_hive.m_writable) return ERROR_ACCESS_DENIED;
+  int result = StatementUse(m_hive.m_statements->begin).Step();
+  if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
+  m_open = true;
+  return ERROR_SUCCESS;
+}
+
+LSTATUS RegistryHive::Transaction::BeginAt(HiveKey& key, const KeyPath& relative, bool create, HiveKey& target) {
+  LSTATUS status = Begin();
+  if (status != ERROR_SUCCESS) return status;
+  bool created = false;
+  return m_hive.ResolveForWrite(*this, key, relative, create, CreateOptions{}, target, created);
+}
+
+LSTATUS RegistryHive::Transaction::Commit() {
+  HiveGenerations* generations = m_hive.m_generations.get();
+  for (int i = 0; i < 2; ++i) {
+    m_before[i] = generations != nullptr ? generations->Load(static_cast<Counter>(i)) : kNoGeneration;
+    m_after[i] = m_before[i];
+    if (m_touched[i] && generations != nullptr) generations->BeginChange(static_cast<Counter>(i));
+  }
+  int result = StatementUse(m_hive.m_statements->commit).Step();
+  for (int i = 0; i < 2; ++i) {
+    if (m_touched[i] && generations != nullptr) m_after[i] = generations->EndChange(static_cast<Counter>(i));
+  }
+  if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
+  m_open = false;
+  if (m_logged && generations != nullptr) generations->Signal();
+  return ERROR_SUCCESS;
+}
+
+LSTATUS RegistryHive::Transaction::CommitRemoval() {
+  Touch(Counter::Structure);
+  Touch(Counter::Values);
+  LSTATUS status = Commit();
+  m_hive.ForgetCaches();
+  return status;
+}
+
+LSTATUS RegistryHive::RecordChange(Transaction& transaction, ChangeKind kind, std::u16string_view path) {
+  {
+    StatementUse use(m_statements->insertChange);
+    use.Bind(1, static_cast<std::int64_t>(kind));
+    use.BindText(2, path);
+    int result = use.Step();
+    if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
+  }
+  transaction.Logged();
+  std::int64_t sequence = sqlite3_last_insert_rowid(m_db);
+  if (sequence % 256 == 0 && sequence > kChangeLogRetention) {
+    StatementUse use(m_statements->pruneChanges);
+    use.Bind(1, sequence - kChangeLogRetention);
+    int result = use.Step();
+    if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
+  }
+  return ERROR_SUCCESS;
+}
+
+}  // namespace Platform::Posix
