@@ -99,14 +99,34 @@ LSTATUS ReadRaw(OpenKey& key, HiveKey& hiveKey, LPCWSTR name, RawValue& raw) {
   return key.hive->ReadValue(hiveKey, NameOf(name), CopyRaw, &raw);
 }
 
+// Addresses below this lie in the null page, which no process maps: Windows answers a data pointer
+// there with ERROR_NOACCESS instead of faulting.
+constexpr std::uintptr_t kNullPageEnd = 0x10000;
+
+bool IsStringType(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
+
+// The size to store of string data whose given size left out the terminator: Windows takes the
+// terminator that follows the given bytes along, so that the character after them is read.
+DWORD StoredStringSize(DWORD type, const BYTE* data, DWORD dataSize) {
+  if (!IsStringType(type) || dataSize < sizeof(char16_t)) return dataSize;
+  std::size_t characters = dataSize / sizeof(char16_t);
+  char16_t last = 0, next = 0;
+  std::memcpy(&last, data + (characters - 1) * sizeof(char16_t), sizeof(char16_t));
+  if (last == 0) return dataSize;
+  std::memcpy(&next, data + characters * sizeof(char16_t), sizeof(char16_t));
+  return next == 0 ? static_cast<DWORD>((characters + 1) * sizeof(char16_t)) : dataSize;
+}
+
 // Sets a value of the key at `path` below `key` after the checks of the caller's name and data that
 // RegSetValueExW and RegSetKeyValueW share: ERROR_INVALID_PARAMETER for a name that is too long,
-// ERROR_NOACCESS for a size without data.
+// ERROR_NOACCESS for a size without data or data in the null page.
 LSTATUS SetNamedValue(OpenKey& key, const KeyPath& path, LPCWSTR valueName, DWORD type, const BYTE* data,
                       DWORD dataSize) {
   std::u16string_view name = NameOf(valueName);
   if (name.size() > MAX_VALUE_NAME_LENGTH) return ERROR_INVALID_PARAMETER;
   if (data == nullptr && dataSize != 0) return ERROR_NOACCESS;
+  if (data != nullptr && reinterpret_cast<std::uintptr_t>(data) < kNullPageEnd) return ERROR_NOACCESS;
+  if (data != nullptr) dataSize = StoredStringSize(type, data, dataSize);
   return key.hive->SetValue(key.key, path, name, type, data, dataSize);
 }
 
@@ -133,6 +153,7 @@ LSTATUS DescriptorBytes(PSECURITY_DESCRIPTOR descriptor, std::span<const BYTE>& 
 
 LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, HKEY* result) {
   if (result == nullptr) return ERROR_INVALID_PARAMETER;
+  *result = nullptr;
   std::shared_ptr<OpenKey> base;
   LSTATUS status = Resolve(key, base);
   if (status != ERROR_SUCCESS) return status;
@@ -141,7 +162,6 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, H
     *result = key;
     return ERROR_SUCCESS;
   }
-  *result = nullptr;
   KeyPath path;
   status = ParseSubKey(*base, key, subKey, path);
   if (status != ERROR_SUCCESS) return status;
@@ -156,7 +176,8 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, H
 
 LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass, DWORD options, REGSAM desired,
                         const SECURITY_ATTRIBUTES* securityAttributes, HKEY* result, DWORD* disposition) {
-  if (result == nullptr || reserved != 0 || (options & ~kCreateOptions) != 0) return ERROR_INVALID_PARAMETER;
+  if (result == nullptr) return ERROR_BADKEY;
+  if (reserved != 0 || (options & ~kCreateOptions) != 0) return ERROR_INVALID_PARAMETER;
   std::shared_ptr<OpenKey> base;
   LSTATUS status = Resolve(key, base);
   if (status != ERROR_SUCCESS) return status;
@@ -413,14 +434,17 @@ LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, DWORD* classLength, DWORD* r
   Posix::KeySummary summary;
   status = open->hive->QueryInfo(open->key, summary);
   if (status != ERROR_SUCCESS) return status;
-  if (keyClass != nullptr) {
-    if (summary.keyClass.size() >= *classLength) {
-      *classLength = static_cast<DWORD>(summary.keyClass.size());
-      return ERROR_MORE_DATA;
+  auto classSize = static_cast<DWORD>(summary.keyClass.size());
+  // A class buffer of no characters asks for nothing: it is left alone and the length is 0.
+  bool classWanted = keyClass != nullptr && *classLength != 0;
+  if (classWanted) {
+    if (classSize >= *classLength) {
+      *classLength = classSize;
+      return ERROR_INSUFFICIENT_BUFFER;
     }
     CopyTerminated(summary.keyClass, keyClass);
   }
-  if (classLength != nullptr) *classLength = static_cast<DWORD>(summary.keyClass.size());
+  if (classLength != nullptr) *classLength = keyClass != nullptr && !classWanted ? 0 : classSize;
   if (subKeys != nullptr) *subKeys = summary.subKeys;
   if (maxSubKeyLength != nullptr) *maxSubKeyLength = summary.maxSubKeyLength;
   if (maxClassLength != nullptr) *maxClassLength = summary.maxClassLength;
@@ -447,6 +471,8 @@ LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDL
   if (status != ERROR_SUCCESS) return status;
   RegistryState& state = RegistryState::Get();
   if (asynchronous) {
+    // As on Windows, arming clears the event, so that a signal means a change after this call.
+    ResetEvent(event);
     return state.Notifier().Arm(*open->hive, open->key.path, watchSubtree != FALSE, filter, event, open.get());
   }
   HANDLE wait = CreateEventW(nullptr, TRUE, FALSE, nullptr);
