@@ -8,9 +8,9 @@
 namespace Platform::Posix {
 namespace {
 
-constexpr std::size_t kFileSize = 4096;
-// The byte that writers rewrite to raise an inotify event; away from the counters' cache line.
-constexpr off_t kSignalOffset = 256;
+// The counters take the first page; the announcements start on the next.
+constexpr std::size_t kPage = 4096;
+constexpr std::size_t kFileSize = kPage + (ChangeAnnouncements::kSize + kPage - 1) / kPage * kPage;
 
 }  // namespace
 
@@ -29,11 +29,17 @@ std::unique_ptr<HiveGenerations> HiveGenerations::Open(const std::string& path, 
     ::close(fd);
     return nullptr;
   }
-  return std::unique_ptr<HiveGenerations>(new HiveGenerations(fd, static_cast<std::uint64_t*>(mapping)));
+  return std::unique_ptr<HiveGenerations>(new HiveGenerations(fd, mapping));
 }
 
+HiveGenerations::HiveGenerations(int fd, void* mapping)
+    : m_fd(fd),
+      m_mapping(mapping),
+      m_counters(static_cast<std::uint64_t*>(mapping)),
+      m_announcements(static_cast<unsigned char*>(mapping) + kPage) {}
+
 HiveGenerations::~HiveGenerations() {
-  ::munmap(m_counters, kFileSize);
+  ::munmap(m_mapping, kFileSize);
   ::close(m_fd);
 }
 
@@ -50,12 +56,6 @@ std::uint64_t HiveGenerations::EndChange(Counter counter) {
   std::uint64_t next = IsStable(now) ? now + 2 : now + 1;
   value.store(next, std::memory_order_seq_cst);
   return next;
-}
-
-void HiveGenerations::Signal() {
-  const char byte = 1;
-  // A failed write only delays watchers until the next change; nothing to report.
-  [[maybe_unused]] ssize_t written = ::pwrite(m_fd, &byte, 1, kSignalOffset);
 }
 
 }  // namespace Platform::Posix

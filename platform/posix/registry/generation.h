@@ -1,10 +1,10 @@
-// Change counters of a hive, shared by every process that uses it, and the wake-up of watchers.
+// The memory a hive shares with every process that uses it: its change counters, and the
+// announcements of its changes to the watchers (announcements.h).
 //
 // Each hive has a small file beside it ("<hive>.db-gen") that every process maps. It holds two
 // counters, one for the shape of the tree (keys created or deleted) and one for the values. A
 // writer, while it holds the hive's write lock, makes a counter odd before it commits and even
-// again after, and then writes one byte to the file with write(2) so that the watchers' inotify
-// wakes up (a store through the mapping raises no inotify event).
+// again after.
 //
 // A reader that saw the same even count before and after a read from the database knows that its
 // result is current at that count, and may keep it in a cache until the count moves. A writer
@@ -16,6 +16,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/posix/registry/announcements.h"
+
 namespace Platform::Posix {
 
 class HiveGenerations {
@@ -23,7 +25,8 @@ public:
   enum class Counter { Structure = 0, Values = 1 };
 
   // Maps the file at `path`, creating it when `create` is set. Returns null when it cannot be
-  // opened (a hive in a read-only folder without the file): the hive then works without caches.
+  // opened (a hive in a read-only folder without the file): the hive then works without caches
+  // and cannot be watched.
   static std::unique_ptr<HiveGenerations> Open(const std::string& path, bool create);
   ~HiveGenerations();
   HiveGenerations(const HiveGenerations&) = delete;
@@ -39,14 +42,17 @@ public:
   void BeginChange(Counter counter);
   // Marks the change as committed (or abandoned); returns the new, even, value.
   std::uint64_t EndChange(Counter counter);
-  // Wakes the watchers of every process. Any thread.
-  void Signal();
+
+  // The hive's announcements, in the same shared memory. Any thread.
+  ChangeAnnouncements& Announcements() { return m_announcements; }
 
 private:
-  HiveGenerations(int fd, std::uint64_t* counters) : m_fd(fd), m_counters(counters) {}
+  HiveGenerations(int fd, void* mapping);
 
   int m_fd;
+  void* m_mapping;
   std::uint64_t* m_counters;
+  ChangeAnnouncements m_announcements;
 };
 
 }  // namespace Platform::Posix

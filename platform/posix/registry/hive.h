@@ -88,6 +88,11 @@ struct CreateOptions {
 // Receives a value's type and bytes under the hive's lock; must not call back into the registry.
 using ValueConsumer = void (*)(void* context, DWORD type, const BYTE* data, std::size_t size);
 
+class RegistryHive;
+// Hears of the changes this process commits to a hive, right after each commit and before the
+// changing call returns, under the hive's lock; must not call back into the hive.
+using CommitListener = void (*)(void* context, RegistryHive& hive, const std::vector<ChangeRecord>& changes);
+
 class RegistryHive {
 public:
   // Opens (creating when the folder allows) the hive `name` in `folder`. `bootId` tells which
@@ -101,6 +106,15 @@ public:
 
   const std::string& FilePath() const { return m_filePath; }
   bool IsWritable() const { return m_writable; }
+  // The memory this hive shares with other processes; null when the hive has none (a hive in a
+  // read-only folder without its generation file), which then cannot be watched.
+  HiveGenerations* Generations() const { return m_generations.get(); }
+
+  // Sets the one listener of this process's commits, before the hive is shared between threads.
+  void SetCommitListener(CommitListener listener, void* context) {
+    m_listener = listener;
+    m_listenerContext = context;
+  }
 
   // Fills `root` with the hive's root key, or with the key at `path` below it, which is created
   // when missing and the hive is writable.
@@ -239,6 +253,8 @@ private:
   std::unique_ptr<Statements> m_statements;
   std::unique_ptr<HiveGenerations> m_generations;
   std::unique_ptr<HiveCheckpointer> m_checkpointer;
+  CommitListener m_listener = nullptr;
+  void* m_listenerContext = nullptr;
 
   std::unordered_map<std::u16string, CachedKey> m_keyCache;
   std::uint64_t m_keyCacheAt = kNoGeneration;

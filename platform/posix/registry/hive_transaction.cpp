@@ -8,6 +8,8 @@
 
 namespace Platform::Posix {
 
+void (*g_afterCommitHook)() = nullptr;
+
 std::int64_t NowAsFileTime() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
@@ -35,6 +37,7 @@ LSTATUS RegistryHive::Transaction::BeginAt(HiveKey& key, const KeyPath& relative
 
 LSTATUS RegistryHive::Transaction::Commit() {
   HiveGenerations* generations = m_hive.m_generations.get();
+  if (generations != nullptr && !m_changes.empty()) generations->Announcements().Stage(m_changes);
   for (int i = 0; i < 2; ++i) {
     m_before[i] = generations != nullptr ? generations->Load(static_cast<Counter>(i)) : kNoGeneration;
     m_after[i] = m_before[i];
@@ -46,7 +49,10 @@ LSTATUS RegistryHive::Transaction::Commit() {
   }
   if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
   m_open = false;
-  if (m_logged && generations != nullptr) generations->Signal();
+  if (m_changes.empty()) return ERROR_SUCCESS;
+  if (g_afterCommitHook != nullptr) g_afterCommitHook();
+  if (generations != nullptr) generations->Announcements().Announce(m_changes.back().sequence);
+  if (m_hive.m_listener != nullptr) m_hive.m_listener(m_hive.m_listenerContext, m_hive, m_changes);
   return ERROR_SUCCESS;
 }
 
@@ -66,8 +72,8 @@ LSTATUS RegistryHive::RecordChange(Transaction& transaction, ChangeKind kind, st
     int result = use.Step();
     if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
   }
-  transaction.Logged();
   std::int64_t sequence = sqlite3_last_insert_rowid(m_db);
+  transaction.Logged(sequence, kind, path);
   if (sequence % 256 == 0 && sequence > kChangeLogRetention) {
     StatementUse use(m_statements->pruneChanges);
     use.Bind(1, sequence - kChangeLogRetention);

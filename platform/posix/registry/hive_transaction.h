@@ -10,12 +10,17 @@
 #include <utility>
 #include <vector>
 
+#include "platform/posix/registry/change_log.h"
 #include "platform/posix/registry/hive.h"
 
 namespace Platform::Posix {
 
 // The time of a change in FILETIME ticks: 100 ns since 1601.
 std::int64_t NowAsFileTime();
+
+// Test hook (SetAfterCommitHookForTests): runs in every write that logged a change, right after its
+// commit and before its announcement.
+extern void (*g_afterCommitHook)();
 
 class RegistryHive::Transaction {
 public:
@@ -34,7 +39,10 @@ public:
   LSTATUS BeginAt(HiveKey& key, const KeyPath& relative, bool create, HiveKey& target);
 
   void Touch(Counter counter) { m_touched[static_cast<int>(counter)] = true; }
-  void Logged() { m_logged = true; }
+  // Notes a change that the transaction logged, to be told to the hive's listener once committed.
+  void Logged(std::int64_t sequence, ChangeKind kind, std::u16string_view path) {
+    m_changes.push_back(ChangeRecord{sequence, kind, std::u16string(path)});
+  }
 
   // ERROR_SUCCESS, or the error of the commit (the transaction then rolls back at destruction).
   LSTATUS Commit();
@@ -53,7 +61,7 @@ public:
 private:
   RegistryHive& m_hive;
   bool m_open = false;
-  bool m_logged = false;
+  std::vector<ChangeRecord> m_changes;
   bool m_touched[2] = {false, false};
   std::uint64_t m_before[2] = {kNoGeneration, kNoGeneration};
   std::uint64_t m_after[2] = {kNoGeneration, kNoGeneration};

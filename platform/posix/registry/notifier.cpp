@@ -1,11 +1,5 @@
 #include "platform/posix/registry/notifier.h"
 
-#include <errno.h>
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/inotify.h>
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "platform/registry.h"
@@ -13,6 +7,9 @@
 
 namespace Platform::Posix {
 namespace {
+
+// How long a watcher thread sleeps without a wake before it reads the change log itself.
+constexpr int kLogCheckMilliseconds = 100;
 
 bool IsBelow(std::u16string_view path, std::u16string_view base) {
   if (base.empty()) return !path.empty();
@@ -31,47 +28,29 @@ void SignalAll(const std::vector<HANDLE>& events) {
 }  // namespace
 
 RegistryNotifier::~RegistryNotifier() {
-  if (m_thread.joinable()) {
-    std::uint64_t one = 1;
-    [[maybe_unused]] ssize_t written = ::write(m_wake, &one, sizeof(one));
-    m_thread.join();
+  m_stopping = true;
+  for (auto& [file, watched] : m_hives) {
+    if (!watched->thread.joinable()) continue;
+    watched->announcements->WakeAll();
+    watched->thread.join();
   }
-  if (m_inotify >= 0) ::close(m_inotify);
-  if (m_wake >= 0) ::close(m_wake);
-}
-
-LSTATUS RegistryNotifier::StartLocked() {
-  if (m_thread.joinable()) return ERROR_SUCCESS;
-  m_inotify = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-  if (m_inotify < 0) return ERROR_NOT_ENOUGH_MEMORY;
-  m_wake = ::eventfd(0, EFD_CLOEXEC);
-  if (m_wake < 0) {
-    ::close(m_inotify);
-    m_inotify = -1;
-    return ERROR_NOT_ENOUGH_MEMORY;
-  }
-  m_thread = std::thread([this] { Run(); });
-  return ERROR_SUCCESS;
 }
 
 LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bool subtree, DWORD filter,
                               HANDLE event, const void* owner) {
   std::lock_guard<std::mutex> lock(m_mutex);
-  LSTATUS status = StartLocked();
-  if (status != ERROR_SUCCESS) return status;
   auto found = m_hives.find(hive.FilePath());
   if (found == m_hives.end()) {
-    WatchedHive watched;
-    status = ChangeLogReader::Open(hive.FilePath(), watched.reader);
+    if (hive.Generations() == nullptr) return ERROR_FILE_NOT_FOUND;
+    auto watched = std::make_unique<WatchedHive>();
+    watched->announcements = &hive.Generations()->Announcements();
+    LSTATUS status = ChangeLogReader::Open(hive.FilePath(), watched->reader);
     if (status != ERROR_SUCCESS) return status;
-    std::string generations = hive.FilePath() + "-gen";
-    watched.inotifyWatch = ::inotify_add_watch(m_inotify, generations.c_str(), IN_MODIFY | IN_CLOSE_WRITE);
-    if (watched.inotifyWatch < 0) return ERROR_FILE_NOT_FOUND;
     found = m_hives.emplace(hive.FilePath(), std::move(watched)).first;
   }
-  WatchedHive& watched = found->second;
+  WatchedHive& watched = *found->second;
   std::int64_t last = 0;
-  status = watched.reader->LastSequence(last);
+  LSTATUS status = watched.reader->LastSequence(last);
   if (status != ERROR_SUCCESS) return status;
   // With no watch in this hive the watcher did not follow its log; nothing before now matters.
   if (watched.watches.empty()) watched.lastSeen = std::max(watched.lastSeen, last);
@@ -83,6 +62,7 @@ LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bo
   watch.event = event;
   watch.owner = owner;
   watched.watches.push_back(std::move(watch));
+  if (!watched.thread.joinable()) watched.thread = std::thread([this, &watched] { Run(watched); });
   return ERROR_SUCCESS;
 }
 
@@ -91,7 +71,7 @@ void RegistryNotifier::Release(const void* owner) {
   {
     std::lock_guard<std::mutex> lock(m_mutex);
     for (auto& [file, watched] : m_hives) {
-      auto& watches = watched.watches;
+      auto& watches = watched->watches;
       for (const Watch& watch : watches) {
         if (watch.owner == owner) signals.push_back(watch.event);
       }
@@ -123,17 +103,35 @@ bool RegistryNotifier::Concerns(const Watch& watch, const ChangeRecord& change) 
   return false;
 }
 
-void RegistryNotifier::ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& signals) {
+void RegistryNotifier::ProcessLocked(WatchedHive& watched, bool fromLog, std::vector<HANDLE>& signals) {
   if (watched.watches.empty()) return;
+  ChangeAnnouncements& announcements = *watched.announcements;
+  std::int64_t announced = announcements.Announced();
   std::vector<ChangeRecord> changes;
+  if (!fromLog) {
+    if (announced <= watched.lastSeen) return;
+    fromLog = !announcements.ReadAfter(watched.lastSeen, announced, changes);
+  }
   bool gap = false;
-  if (watched.reader->ReadAfter(watched.lastSeen, changes, gap) != ERROR_SUCCESS) return;
+  if (fromLog) {
+    if (watched.reader->ReadAfter(watched.lastSeen, changes, gap) != ERROR_SUCCESS) return;
+    // Committed records that nobody announced: their writer died between its commit and its
+    // announcement, or is about to announce. Announcing them wakes the other processes' watchers.
+    if (!changes.empty() && changes.back().sequence > announced) announcements.Announce(changes.back().sequence);
+  }
   auto& watches = watched.watches;
   if (gap) {
     // The log was pruned past what this process had read: anything may have changed.
     for (const Watch& watch : watches) signals.push_back(watch.event);
     watches.clear();
   }
+  FireLocked(watched, changes, signals);
+  if (!changes.empty()) watched.lastSeen = changes.back().sequence;
+}
+
+void RegistryNotifier::FireLocked(WatchedHive& watched, const std::vector<ChangeRecord>& changes,
+                                  std::vector<HANDLE>& signals) {
+  auto& watches = watched.watches;
   for (const ChangeRecord& change : changes) {
     auto fired = std::remove_if(watches.begin(), watches.end(), [&](const Watch& watch) {
       if (watch.armedAfter >= change.sequence || !Concerns(watch, change)) return false;
@@ -142,39 +140,35 @@ void RegistryNotifier::ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& 
     });
     watches.erase(fired, watches.end());
   }
-  if (!changes.empty()) watched.lastSeen = changes.back().sequence;
 }
 
-void RegistryNotifier::Run() {
-  alignas(inotify_event) char buffer[16384];
-  for (;;) {
-    pollfd descriptors[2] = {{m_inotify, POLLIN, 0}, {m_wake, POLLIN, 0}};
-    int ready = ::poll(descriptors, 2, -1);
-    if (ready < 0 && errno != EINTR) return;
-    if ((descriptors[1].revents & POLLIN) != 0) return;
+void RegistryNotifier::OnCommitted(void* context, RegistryHive& hive, const std::vector<ChangeRecord>& changes) {
+  auto* notifier = static_cast<RegistryNotifier*>(context);
+  std::vector<HANDLE> signals;
+  {
+    std::lock_guard<std::mutex> lock(notifier->m_mutex);
+    auto found = notifier->m_hives.find(hive.FilePath());
+    if (found == notifier->m_hives.end()) return;
+    // The watcher thread reads these changes again later; the watches they fire are gone by then.
+    FireLocked(*found->second, changes, signals);
+  }
+  SignalAll(signals);
+}
 
-    std::vector<int> touched;
-    bool overflow = false;
-    for (;;) {
-      ssize_t length = ::read(m_inotify, buffer, sizeof(buffer));
-      if (length <= 0) break;
-      for (char* at = buffer; at < buffer + length;) {
-        auto* event = reinterpret_cast<inotify_event*>(at);
-        if ((event->mask & IN_Q_OVERFLOW) != 0) overflow = true;
-        touched.push_back(event->wd);
-        at += sizeof(inotify_event) + event->len;
-      }
-    }
+void RegistryNotifier::Run(WatchedHive& watched) {
+  ChangeAnnouncements& announcements = *watched.announcements;
+  bool fromLog = false;
+  for (;;) {
+    // Read before looking, so that an announcement made meanwhile cuts the next sleep short.
+    std::uint32_t seen = announcements.WakeCount();
+    if (m_stopping) return;
     std::vector<HANDLE> signals;
     {
       std::lock_guard<std::mutex> lock(m_mutex);
-      for (auto& [file, watched] : m_hives) {
-        if (overflow || std::find(touched.begin(), touched.end(), watched.inotifyWatch) != touched.end()) {
-          ProcessLocked(watched, signals);
-        }
-      }
+      ProcessLocked(watched, fromLog, signals);
     }
     SignalAll(signals);
+    fromLog = !announcements.Wait(seen, kLogCheckMilliseconds);
   }
 }
 

@@ -1,19 +1,23 @@
 // Registry change notification across processes.
 //
 // A watch is armed on a key (with or without its subtree, for some kinds of change) with an event
-// to signal. Every write records what it touched in its hive's change log and, once committed,
-// writes to the hive's generation file; one watcher thread per process waits on inotify for those
-// files, reads each watched hive's log from where it stopped, and signals, once, each armed watch
-// that a change after its arming concerns. A watch also fires when its key is deleted or its
-// handle is closed, as on Windows. Signalled watches are gone: the caller arms again.
+// to signal, once, at the first change after its arming that concerns it. A watch also fires when
+// its key is deleted or its handle is closed, as on Windows. Signalled watches are gone: the caller
+// arms again.
 //
-// The generation file is also closed by a writer that dies, between its commit and its write to
-// the file as anywhere else: that close wakes the watchers too, so a change is never left unseen.
+// Changes reach the watches of this process two ways. A change this process commits is handed to
+// OnCommitted before the changing call returns, so that its own watches are signalled at once.
+// Changes of every process are announced in the hive's shared memory (announcements.h): one
+// watcher thread per watched hive sleeps on the hive's wake count, reads the announced records
+// after the last one it saw, and signals the watches they concern. When its sleep times out it
+// reads the hive's change log instead, and announces whatever it finds there that nobody
+// announced: the change of a writer that died between its commit and its announcement.
 //
 // A watch remembers the log's last sequence number when it was armed, so no change committed after
 // the arming can be missed, whichever process made it and however late the watcher wakes.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -31,20 +35,25 @@ namespace Platform::Posix {
 class RegistryNotifier {
 public:
   RegistryNotifier() = default;
-  // Stops the watcher thread; armed watches are dropped without a signal.
+  // Stops the watcher threads; armed watches are dropped without a signal.
   ~RegistryNotifier();
   RegistryNotifier(const RegistryNotifier&) = delete;
   RegistryNotifier& operator=(const RegistryNotifier&) = delete;
 
   // Arms a watch on the key at `path` of `hive`; `event` is signalled (SetEvent) once. `owner`
-  // identifies the handle it was armed through. Starts the watcher thread at the first call.
-  // Returns ERROR_SUCCESS, or the error of opening the hive's log or of starting inotify.
-  // Any thread.
+  // identifies the handle it was armed through. Starts the hive's watcher thread at its first
+  // watch. Returns ERROR_SUCCESS; ERROR_FILE_NOT_FOUND for a hive without shared memory; the error
+  // of opening or reading the hive's log. Any thread.
   LSTATUS Arm(RegistryHive& hive, const std::u16string& path, bool subtree, DWORD filter, HANDLE event,
               const void* owner);
 
   // Signals and drops the watches armed through `owner`, whose handle is being closed. Any thread.
   void Release(const void* owner);
+
+  // The hives' commit listener (`context` is the notifier): signals at once the watches of this
+  // process that the changes it has just committed concern, so that they are signalled before
+  // the changing call returns. Under the hive's lock, from the committing thread.
+  static void OnCommitted(void* context, RegistryHive& hive, const std::vector<ChangeRecord>& changes);
 
 private:
   struct Watch {
@@ -56,23 +65,25 @@ private:
     const void* owner = nullptr;
   };
   struct WatchedHive {
-    int inotifyWatch = -1;  // on the hive's generation file
+    ChangeAnnouncements* announcements = nullptr;  // in the hive's shared memory
     std::unique_ptr<ChangeLogReader> reader;
     std::int64_t lastSeen = 0;
     std::vector<Watch> watches;
+    std::thread thread;
   };
 
-  LSTATUS StartLocked();
-  void Run();
-  // Reads the hive's new changes and collects the events of the watches they concern.
-  void ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& signals);
+  // The watcher thread of one hive.
+  void Run(WatchedHive& watched);
+  // Reads the hive's new changes, from the announcements or, with `fromLog`, from the change log
+  // (announcing what it finds there), and collects the events of the watches they concern.
+  void ProcessLocked(WatchedHive& watched, bool fromLog, std::vector<HANDLE>& signals);
+  // Drops the watches of `watched` that `changes` concern and collects their events.
+  static void FireLocked(WatchedHive& watched, const std::vector<ChangeRecord>& changes, std::vector<HANDLE>& signals);
   static bool Concerns(const Watch& watch, const ChangeRecord& change);
 
   std::mutex m_mutex;
-  std::map<std::string, WatchedHive> m_hives;  // by hive file path
-  int m_inotify = -1;
-  int m_wake = -1;  // eventfd that stops the thread
-  std::thread m_thread;
+  std::map<std::string, std::unique_ptr<WatchedHive>> m_hives;  // by hive file path
+  std::atomic<bool> m_stopping{false};
 };
 
 }  // namespace Platform::Posix

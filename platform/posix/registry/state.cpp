@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "platform/posix/registry/folder.h"
+#include "platform/posix/registry/hive_transaction.h"
 #include "platform/registry.h"
 
 namespace Platform::Posix {
@@ -61,6 +62,7 @@ LSTATUS RegistryState::OpenHiveLocked(HiveIndex index, RegistryHive*& hive) {
       m_hiveFailures[index] = status;
       return status;
     }
+    m_hives[index]->SetCommitListener(&RegistryNotifier::OnCommitted, m_notifier.get());
   }
   hive = m_hives[index].get();
   return ERROR_SUCCESS;
@@ -97,5 +99,7 @@ void ResetRegistryForTests(const char* bootId) {
   delete g_state.exchange(nullptr, std::memory_order_acq_rel);
   g_bootIdOverride = bootId != nullptr ? bootId : "";
 }
+
+void SetAfterCommitHookForTests(void (*hook)()) { g_afterCommitHook = hook; }
 
 }  // namespace Platform::Posix

@@ -52,4 +52,9 @@ private:
 // instead of the running one (to act out a reboot). No other registry call may be running.
 void ResetRegistryForTests(const char* bootId = nullptr);
 
+// Test hook: `hook` runs in every write of this process that changed something, right after the
+// change is committed and before it is announced to the watchers of other processes (a test ends
+// the process there). Null removes it. Set it before any registry call.
+void SetAfterCommitHookForTests(void (*hook)());
+
 }  // namespace Platform::Posix
