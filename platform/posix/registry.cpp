@@ -99,35 +99,15 @@ LSTATUS ReadRaw(OpenKey& key, HiveKey& hiveKey, LPCWSTR name, RawValue& raw) {
   return key.hive->ReadValue(hiveKey, NameOf(name), CopyRaw, &raw);
 }
 
-// Addresses below this lie in the null page, which no process maps: Windows answers a data pointer
-// there with ERROR_NOACCESS instead of faulting.
-constexpr std::uintptr_t kNullPageEnd = 0x10000;
-
-bool IsStringType(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
-
-// The size to store of string data whose given size left out the terminator: Windows takes the
-// terminator that follows the given bytes along, so that the character after them is read.
-DWORD StoredStringSize(DWORD type, const BYTE* data, DWORD dataSize) {
-  if (!IsStringType(type) || dataSize < sizeof(char16_t)) return dataSize;
-  std::size_t characters = dataSize / sizeof(char16_t);
-  char16_t last = 0, next = 0;
-  std::memcpy(&last, data + (characters - 1) * sizeof(char16_t), sizeof(char16_t));
-  if (last == 0) return dataSize;
-  std::memcpy(&next, data + characters * sizeof(char16_t), sizeof(char16_t));
-  return next == 0 ? static_cast<DWORD>((characters + 1) * sizeof(char16_t)) : dataSize;
-}
-
 // Sets a value of the key at `path` below `key` after the checks of the caller's name and data that
-// RegSetValueExW and RegSetKeyValueW share: ERROR_INVALID_PARAMETER for a name that is too long,
-// ERROR_NOACCESS for a size without data or data in the null page.
+// RegSetValueExW and RegSetKeyValueW share (CheckValueToSet).
 LSTATUS SetNamedValue(OpenKey& key, const KeyPath& path, LPCWSTR valueName, DWORD type, const BYTE* data,
                       DWORD dataSize) {
   std::u16string_view name = NameOf(valueName);
-  if (name.size() > MAX_VALUE_NAME_LENGTH) return ERROR_INVALID_PARAMETER;
-  if (data == nullptr && dataSize != 0) return ERROR_NOACCESS;
-  if (data != nullptr && reinterpret_cast<std::uintptr_t>(data) < kNullPageEnd) return ERROR_NOACCESS;
-  if (data != nullptr) dataSize = StoredStringSize(type, data, dataSize);
-  return key.hive->SetValue(key.key, path, name, type, data, dataSize);
+  DWORD storedSize = 0;
+  LSTATUS status = Posix::CheckValueToSet(name, type, data, dataSize, storedSize);
+  if (status != ERROR_SUCCESS) return status;
+  return key.hive->SetValue(key.key, path, name, type, data, storedSize);
 }
 
 // Copies `text` with its terminator; the caller has checked that it fits.
@@ -481,6 +461,13 @@ LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDL
   if (status == ERROR_SUCCESS) WaitForSingleObject(wait, INFINITE);
   CloseHandle(wait);
   return status;
+}
+
+LSTATUS RegFlushKey(HKEY key) {
+  std::shared_ptr<OpenKey> open;
+  LSTATUS status = Resolve(key, open);
+  if (status != ERROR_SUCCESS) return status;
+  return open->hive->Flush();
 }
 
 LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION information, PSECURITY_DESCRIPTOR securityDescriptor) {

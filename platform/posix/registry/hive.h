@@ -166,6 +166,10 @@ public:
   // The sequence number of the hive's last change.
   LSTATUS LastChange(std::int64_t& sequence);
 
+  // Puts every change committed to the hive so far, by any process, on the disk. ERROR_SUCCESS
+  // (also for a hive that lives in memory only, with nothing to sync), or ERROR_CANTWRITE.
+  LSTATUS Flush();
+
 private:
   class Transaction;
   struct CachedKey {

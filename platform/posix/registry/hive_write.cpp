@@ -1,5 +1,9 @@
 // Writes of a hive: creating keys, setting and deleting values, deleting keys and subtrees, and
 // replacing security descriptors. Each call is one write transaction.
+#include <errno.h>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <string>
 #include <vector>
 
@@ -322,6 +326,22 @@ LSTATUS RegistryHive::SetSecurity(HiveKey& key, std::span<const BYTE> descriptor
   status = RecordChange(transaction, ChangeKind::SecuritySet, key.path);
   if (status != ERROR_SUCCESS) return status;
   return transaction.Commit();
+}
+
+LSTATUS RegistryHive::Flush() {
+  // Commits are in the WAL file, and checkpoints move them into the database file; syncing both
+  // (through descriptors of our own: a sync covers the file, whoever wrote it) and the folder that
+  // lists them puts every committed change on the disk without taking the write lock.
+  std::string folder = m_filePath.substr(0, m_filePath.rfind('/'));
+  for (const std::string& path : {m_filePath + "-wal", m_filePath, folder}) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0 && errno == ENOENT) continue;
+    if (fd < 0) return ERROR_CANTWRITE;
+    int result = ::fsync(fd);
+    ::close(fd);
+    if (result != 0) return ERROR_CANTWRITE;
+  }
+  return ERROR_SUCCESS;
 }
 
 }  // namespace Platform::Posix

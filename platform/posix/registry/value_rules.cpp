@@ -1,5 +1,6 @@
 #include "platform/posix/registry/value_rules.h"
 
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -27,7 +28,27 @@ bool Variable(const std::u16string& name, std::u16string& value) {
   return true;
 }
 
+// Addresses below this lie in the null page.
+constexpr std::uintptr_t kNullPageEnd = 0x10000;
+
+bool IsStringType(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
+
 }  // namespace
+
+LSTATUS CheckValueToSet(std::u16string_view name, DWORD type, const BYTE* data, DWORD size, DWORD& storedSize) {
+  if (name.size() > MAX_VALUE_NAME_LENGTH) return ERROR_INVALID_PARAMETER;
+  if (data == nullptr && size != 0) return ERROR_NOACCESS;
+  if (data != nullptr && reinterpret_cast<std::uintptr_t>(data) < kNullPageEnd) return ERROR_NOACCESS;
+  storedSize = size;
+  if (data == nullptr || !IsStringType(type) || size < sizeof(char16_t)) return ERROR_SUCCESS;
+  std::size_t characters = size / sizeof(char16_t);
+  char16_t last = 0, next = 0;
+  std::memcpy(&last, data + (characters - 1) * sizeof(char16_t), sizeof(char16_t));
+  if (last == 0) return ERROR_SUCCESS;
+  std::memcpy(&next, data + characters * sizeof(char16_t), sizeof(char16_t));
+  if (next == 0) storedSize = static_cast<DWORD>((characters + 1) * sizeof(char16_t));
+  return ERROR_SUCCESS;
+}
 
 void ExpandEnvironmentText(std::vector<BYTE>& data) {
   std::u16string text = AsText(data);
@@ -57,7 +78,7 @@ void ExpandEnvironmentText(std::vector<BYTE>& data) {
 }
 
 void TerminateStrings(DWORD type, std::vector<BYTE>& data) {
-  if (type != REG_SZ && type != REG_EXPAND_SZ && type != REG_MULTI_SZ) return;
+  if (!IsStringType(type)) return;
   if (data.empty()) return;
   if (data.size() % 2 != 0) data.push_back(0);
   auto unitAt = [&](std::size_t fromEnd) {
