@@ -2,6 +2,9 @@
 
 #include <errno.h>
 #include <linux/futex.h>
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
@@ -14,7 +17,7 @@ namespace Platform::Posix {
 namespace {
 
 constexpr std::uint32_t kTooLong = 0xFFFFFFFFu;  // the slot's length of a path that did not fit
-constexpr std::size_t kPathWords = 62;
+constexpr std::size_t kPathWords = (ChangeAnnouncements::kSlotSize - 16) / 8;
 constexpr std::size_t kPathUnits = kPathWords * 4;
 
 template <class T>
@@ -26,22 +29,54 @@ long Futex(std::uint32_t* word, int operation, std::uint32_t value, const timesp
   return ::syscall(SYS_futex, word, operation, value, timeout, nullptr, 0);
 }
 
+// This process's id, asked of the kernel once (and again in a child after fork) rather than at
+// every write.
+std::atomic<std::uint32_t> g_processId{0};
+
+std::uint32_t ProcessId() {
+  std::uint32_t id = g_processId.load(std::memory_order_relaxed);
+  if (id != 0) return id;
+  static const int registered = ::pthread_atfork(nullptr, nullptr, [] { g_processId.store(0); });
+  (void)registered;
+  id = static_cast<std::uint32_t>(::getpid());
+  g_processId.store(id, std::memory_order_relaxed);
+  return id;
+}
+
+// Whether the process `id` still runs; a process that ended but was not reaped yet does not.
+bool ProcessRuns(std::uint32_t id) {
+  int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(id), 0));
+  if (descriptor >= 0) {
+    pollfd ended{descriptor, POLLIN, 0};
+    int ready = ::poll(&ended, 1, 0);
+    ::close(descriptor);
+    return ready == 0;
+  }
+  if (errno == ESRCH) return false;
+  // Without process descriptors, signal 0 tells a process (or an unreaped one) from none.
+  return ::kill(static_cast<pid_t>(id), 0) == 0 || errno == EPERM;
+}
+
 }  // namespace
 
 struct ChangeAnnouncements::Header {
-  std::uint32_t wake;      // futex word: changes with every announcement
-  std::uint32_t sleepers;  // watchers inside Wait, so that writers skip the wake-up call without them
+  std::uint32_t wake;       // futex word: changes with every announcement
+  std::uint32_t sleepers;   // watchers inside Wait, so that writers skip the wake-up call without them
+  std::uint32_t committer;  // process id of the writer between Stage and Announce, 0 when none
+  std::uint32_t reserved;
+  std::int64_t staged;  // the last number given to a record
   std::int64_t announced;
 };
 
 struct ChangeAnnouncements::Slot {
-  std::uint64_t stamp;  // twice the record's sequence number; odd while the slot is written
+  std::uint64_t stamp;  // twice the record's number; odd while the slot is written
   std::uint32_t kind;
   std::uint32_t length;  // code units of the path, or kTooLong
   std::uint64_t path[kPathWords];
 };
 
 ChangeAnnouncements::Header& ChangeAnnouncements::header() const {
+  static_assert(sizeof(Header) <= kHeaderSize);
   return *reinterpret_cast<Header*>(m_memory);
 }
 
@@ -51,11 +86,13 @@ ChangeAnnouncements::Slot& ChangeAnnouncements::slot(std::int64_t sequence) cons
   return *reinterpret_cast<Slot*>(m_memory + kHeaderSize + index * kSlotSize);
 }
 
-void ChangeAnnouncements::Stage(const std::vector<ChangeRecord>& changes) {
-  // Only the last kSlotCount records of a large transaction can stay in the ring.
-  std::size_t first = changes.size() > kSlotCount ? changes.size() - kSlotCount : 0;
-  for (std::size_t i = first; i < changes.size(); ++i) {
-    const ChangeRecord& change = changes[i];
+void ChangeAnnouncements::Stage(std::vector<ChangeRecord>& changes) {
+  Header& shared = header();
+  // Marked first: a watcher that finds this process gone announces whatever it staged.
+  Shared(shared.committer).store(ProcessId(), std::memory_order_seq_cst);
+  std::int64_t sequence = Shared(shared.staged).load(std::memory_order_relaxed);
+  for (ChangeRecord& change : changes) {
+    change.sequence = ++sequence;
     Slot& target = slot(change.sequence);
     auto stamp = static_cast<std::uint64_t>(change.sequence) * 2;
     Shared(target.stamp).store(stamp + 1, std::memory_order_relaxed);
@@ -72,14 +109,44 @@ void ChangeAnnouncements::Stage(const std::vector<ChangeRecord>& changes) {
     }
     Shared(target.stamp).store(stamp, std::memory_order_release);
   }
+  Shared(shared.staged).store(sequence, std::memory_order_release);
 }
 
-void ChangeAnnouncements::Announce(std::int64_t sequence) {
-  auto announced = Shared(header().announced);
+void ChangeAnnouncements::Withdraw(const std::vector<ChangeRecord>& changes) {
+  for (const ChangeRecord& change : changes) {
+    Slot& target = slot(change.sequence);
+    auto stamp = static_cast<std::uint64_t>(change.sequence) * 2;
+    if (Shared(target.stamp).load(std::memory_order_relaxed) != stamp) continue;
+    Shared(target.stamp).store(stamp + 1, std::memory_order_relaxed);
+    std::atomic_thread_fence(std::memory_order_release);
+    Shared(target.kind).store(static_cast<std::uint32_t>(ChangeKind::None), std::memory_order_relaxed);
+    Shared(target.stamp).store(stamp, std::memory_order_release);
+  }
+}
+
+void ChangeAnnouncements::Announce(std::int64_t sequence) { Publish(sequence, ProcessId()); }
+
+void ChangeAnnouncements::Publish(std::int64_t sequence, std::uint32_t committer) {
+  Header& shared = header();
+  auto announced = Shared(shared.announced);
   std::int64_t current = announced.load(std::memory_order_relaxed);
   while (current < sequence && !announced.compare_exchange_weak(current, sequence, std::memory_order_seq_cst)) {
   }
+  // Another writer may have become the committer meanwhile; its mark stays.
+  Shared(shared.committer).compare_exchange_strong(committer, 0, std::memory_order_seq_cst);
   Wake();
+}
+
+bool ChangeAnnouncements::AnnounceForADeadCommitter() {
+  Header& shared = header();
+  std::uint32_t committer = Shared(shared.committer).load(std::memory_order_seq_cst);
+  if (committer == 0) return false;
+  // A next writer marks itself before it stages: the same committer after reading the staged
+  // number means that number holds none of the next writer's records.
+  std::int64_t staged = Shared(shared.staged).load(std::memory_order_seq_cst);
+  if (Shared(shared.committer).load(std::memory_order_seq_cst) != committer || ProcessRuns(committer)) return false;
+  Publish(staged, committer);
+  return true;
 }
 
 std::int64_t ChangeAnnouncements::Announced() const {
@@ -138,7 +205,7 @@ bool ChangeAnnouncements::ReadAfter(std::int64_t after, std::int64_t upTo, std::
       records.resize(kept);
       return false;
     }
-    records.push_back(std::move(record));
+    if (record.kind != ChangeKind::None) records.push_back(std::move(record));
   }
   return true;
 }

@@ -1,5 +1,7 @@
 #include "platform/posix/registry/checkpointer.h"
 
+#include <algorithm>
+
 namespace Platform::Posix {
 namespace {
 
@@ -10,7 +12,8 @@ constexpr int kInlineCheckpointPages = 8 * kCheckpointPages;
 
 }  // namespace
 
-HiveCheckpointer::HiveCheckpointer(sqlite3* db, std::string path) : m_path(std::move(path)) {
+HiveCheckpointer::HiveCheckpointer(sqlite3* db, std::string path)
+    : m_path(std::move(path)), m_nextRequestAt(kCheckpointPages) {
   sqlite3_wal_hook(db, OnCommit, this);
 }
 
@@ -24,12 +27,18 @@ HiveCheckpointer::~HiveCheckpointer() {
 }
 
 int HiveCheckpointer::OnCommit(void* context, sqlite3* db, const char* database, int pages) {
+  auto* checkpointer = static_cast<HiveCheckpointer*>(context);
   if (pages >= kInlineCheckpointPages) {
     // Writes kept coming while every background checkpoint ran, so none of them could start the
     // WAL again from its beginning; this one waits for the other writers to let it do so.
     sqlite3_wal_checkpoint_v2(db, database, SQLITE_CHECKPOINT_RESTART, nullptr, nullptr);
-  } else if (pages >= kCheckpointPages) {
-    static_cast<HiveCheckpointer*>(context)->Request();
+    checkpointer->m_nextRequestAt = kCheckpointPages;
+  } else if (pages < checkpointer->m_nextRequestAt - kCheckpointPages) {
+    // The WAL started over since the last request.
+    checkpointer->m_nextRequestAt = std::max(kCheckpointPages, pages + kCheckpointPages);
+  } else if (pages >= checkpointer->m_nextRequestAt) {
+    checkpointer->m_nextRequestAt = pages + kCheckpointPages;
+    checkpointer->Request();
   }
   return SQLITE_OK;
 }

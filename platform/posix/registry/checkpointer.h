@@ -4,9 +4,11 @@
 // registry call it would stall that call for milliseconds. Instead, a writer that sees the WAL
 // grow past a size asks this process's checkpointer, a thread with a connection of its own, to
 // checkpoint in the background (PASSIVE: it never blocks a writer of any process). The next write
-// after a complete checkpoint starts the WAL file over. Only a WAL far past that size, which writes
-// never let a background checkpoint complete, is checkpointed by the writer itself, in the mode
-// that waits for the other writers (RESTART), so that the file stays bounded.
+// after a complete checkpoint starts the WAL file over. A checkpoint is asked for once per step of
+// that size that the WAL grows by, not at every commit: a checkpointer that ran again and again
+// would hold the WAL open and keep it from starting over. Only a WAL far past that size, which
+// writes never let a background checkpoint complete, is checkpointed by the writer itself, in the
+// mode that waits for the other writers (RESTART), so that the file stays bounded.
 #pragma once
 
 #include <sqlite3.h>
@@ -34,6 +36,7 @@ private:
   void Run();
 
   const std::string m_path;
+  int m_nextRequestAt;  // WAL pages at which the next checkpoint is asked for; the committing thread's
   std::mutex m_mutex;
   std::condition_variable m_wake;
   bool m_requested = false;

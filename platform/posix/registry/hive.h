@@ -1,7 +1,7 @@
 // One hive of the Linux registry: a SQLite database in WAL mode, shared by every process.
 //
-// The hive holds the keys (a tree, each row with its full folded path), the values, and the change
-// log. Every registry call that changes something is one IMMEDIATE transaction, so that several
+// The hive holds the keys (a tree, each row with its full folded path) and the values. Every
+// registry call that changes something is one IMMEDIATE transaction, so that several
 // processes may write at once and a writer killed at any moment leaves either all of its call or
 // none of it. Reads are single statements, each on its own WAL snapshot, without a transaction.
 //
@@ -13,7 +13,7 @@
 // caches; any thread may call any function.
 //
 // The class is implemented along its seams: hive_open.cpp (opening and schema), hive_statements.cpp
-// (the prepared SQL), hive_transaction.cpp (the write transaction and the change log), hive_cache.cpp
+// (the prepared SQL), hive_transaction.cpp (the write transaction and its announcement), hive_cache.cpp
 // (the caches), hive_read.cpp (reads and enumeration) and hive_write.cpp (writes).
 #pragma once
 
@@ -28,7 +28,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/posix/registry/change_log.h"
+#include "platform/posix/registry/change_record.h"
 #include "platform/posix/registry/checkpointer.h"
 #include "platform/posix/registry/generation.h"
 #include "platform/posix/registry/names.h"
@@ -163,9 +163,6 @@ public:
   // Replaces the key's security descriptor (self-relative, kept as it is).
   LSTATUS SetSecurity(HiveKey& key, std::span<const BYTE> descriptor);
 
-  // The sequence number of the hive's last change.
-  LSTATUS LastChange(std::int64_t& sequence);
-
   // Puts every change committed to the hive so far, by any process, on the disk. ERROR_SUCCESS
   // (also for a hive that lives in memory only, with nothing to sync), or ERROR_CANTWRITE.
   LSTATUS Flush();
@@ -235,7 +232,6 @@ private:
   LSTATUS InsertKey(Transaction& transaction, std::int64_t parentId, std::u16string_view name,
                     std::u16string_view folded, const std::u16string& path, bool last, const CreateOptions& options,
                     std::int64_t& id);
-  LSTATUS RecordChange(Transaction& transaction, ChangeKind kind, std::u16string_view path);
   // Records a change of the value `name` of `target`, commits, and caches `entry` (what the value
   // now is).
   LSTATUS CommitValueChange(Transaction& transaction, const HiveKey& target, std::u16string_view name,

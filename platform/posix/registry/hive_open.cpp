@@ -199,7 +199,6 @@ LSTATUS RegistryHive::PrepareContents(bool staleVolatile) {
   for (const char* statement : kSchema) {
     if (result == SQLITE_OK) result = ExecuteSql(m_db, statement);
   }
-  if (result == SQLITE_OK) result = ExecuteSql(m_db, kChangeLogSchema);
   if (result == SQLITE_OK) {
     std::string pragmas = "PRAGMA application_id=" + std::to_string(kApplicationId) +
                           "; PRAGMA user_version=" + std::to_string(kSchemaVersion);

@@ -221,13 +221,4 @@ LSTATUS RegistryHive::QueryInfo(HiveKey& key, KeySummary& summary) {
   return ERROR_SUCCESS;
 }
 
-LSTATUS RegistryHive::LastChange(std::int64_t& sequence) {
-  std::lock_guard<std::mutex> lock(m_mutex);
-  StatementUse use(m_statements->lastChange);
-  int result = use.Step();
-  if (result != SQLITE_ROW) return SqliteErrorToStatus(result);
-  sequence = use.Int(0);
-  return ERROR_SUCCESS;
-}
-
 }  // namespace Platform::Posix

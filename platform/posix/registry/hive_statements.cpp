@@ -1,8 +1,6 @@
 // The SQL of the statements a hive prepares when it opens.
 #include "platform/posix/registry/hive_statements.h"
 
-#include "platform/posix/registry/change_log.h"
-
 namespace Platform::Posix {
 
 LSTATUS RegistryHive::PrepareStatements() {
@@ -49,9 +47,6 @@ LSTATUS RegistryHive::PrepareStatements() {
                 " (SELECT max(length(v.data)) FROM vals v WHERE v.key = k.id)"
                 " FROM keys k WHERE k.id = ?1"},
       {&s.setSecurity, "UPDATE keys SET security = ?2 WHERE id = ?1"},
-      {&s.insertChange, kChangeLogInsert},
-      {&s.pruneChanges, kChangeLogPrune},
-      {&s.lastChange, "SELECT coalesce(max(seq), 0) FROM changes"},
   };
   for (const auto& [statement, sql] : all) {
     int result = statement->Prepare(m_db, sql);

@@ -14,7 +14,6 @@ struct RegistryHive::Statements {
   SqliteStatement childPaths, hasChildren, deleteKeyValues, deleteKeyRow;
   SqliteStatement deleteSubtreeValues, deleteSubtreeKeys, deleteAllValues, deleteAllKeysBut;
   SqliteStatement children, valuesOf, info, setSecurity;
-  SqliteStatement insertChange, pruneChanges, lastChange;
 };
 
 }  // namespace Platform::Posix

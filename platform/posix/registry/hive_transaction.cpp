@@ -1,4 +1,4 @@
-// A hive's write transaction and its change log entries.
+// A hive's write transaction and the announcement of its changes.
 #include "platform/posix/registry/hive_transaction.h"
 
 #include <time.h>
@@ -37,7 +37,9 @@ LSTATUS RegistryHive::Transaction::BeginAt(HiveKey& key, const KeyPath& relative
 
 LSTATUS RegistryHive::Transaction::Commit() {
   HiveGenerations* generations = m_hive.m_generations.get();
-  if (generations != nullptr && !m_changes.empty()) generations->Announcements().Stage(m_changes);
+  ChangeAnnouncements* announcements = generations != nullptr ? &generations->Announcements() : nullptr;
+  bool announcing = announcements != nullptr && !m_changes.empty();
+  if (announcing) announcements->Stage(m_changes);
   for (int i = 0; i < 2; ++i) {
     m_before[i] = generations != nullptr ? generations->Load(static_cast<Counter>(i)) : kNoGeneration;
     m_after[i] = m_before[i];
@@ -47,11 +49,17 @@ LSTATUS RegistryHive::Transaction::Commit() {
   for (int i = 0; i < 2; ++i) {
     if (m_touched[i] && generations != nullptr) m_after[i] = generations->EndChange(static_cast<Counter>(i));
   }
-  if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
+  if (result != SQLITE_DONE) {
+    if (announcing) {
+      announcements->Withdraw(m_changes);
+      announcements->Announce(m_changes.back().sequence);
+    }
+    return SqliteErrorToStatus(result);
+  }
   m_open = false;
   if (m_changes.empty()) return ERROR_SUCCESS;
   if (g_afterCommitHook != nullptr) g_afterCommitHook();
-  if (generations != nullptr) generations->Announcements().Announce(m_changes.back().sequence);
+  if (announcing) announcements->Announce(m_changes.back().sequence);
   if (m_hive.m_listener != nullptr) m_hive.m_listener(m_hive.m_listenerContext, m_hive, m_changes);
   return ERROR_SUCCESS;
 }
@@ -62,25 +70,6 @@ LSTATUS RegistryHive::Transaction::CommitRemoval() {
   LSTATUS status = Commit();
   m_hive.ForgetCaches();
   return status;
-}
-
-LSTATUS RegistryHive::RecordChange(Transaction& transaction, ChangeKind kind, std::u16string_view path) {
-  {
-    StatementUse use(m_statements->insertChange);
-    use.Bind(1, static_cast<std::int64_t>(kind));
-    use.BindText(2, path);
-    int result = use.Step();
-    if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
-  }
-  std::int64_t sequence = sqlite3_last_insert_rowid(m_db);
-  transaction.Logged(sequence, kind, path);
-  if (sequence % 256 == 0 && sequence > kChangeLogRetention) {
-    StatementUse use(m_statements->pruneChanges);
-    use.Bind(1, sequence - kChangeLogRetention);
-    int result = use.Step();
-    if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
-  }
-  return ERROR_SUCCESS;
 }
 
 }  // namespace Platform::Posix

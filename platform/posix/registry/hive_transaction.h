@@ -1,8 +1,9 @@
 // One write transaction of a hive, shared by the files that implement the hive's writes.
 //
 // Begin takes the hive's write lock (waiting for other processes); Commit moves the touched change
-// counters around the commit and wakes the watchers; destruction without Commit rolls back. Used
-// under the hive's lock, by one thread.
+// counters around the commit, announces the recorded changes to the watchers of every process and
+// tells them to this process's listener; destruction without Commit rolls back. Used under the
+// hive's lock, by one thread.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/registry/change_log.h"
+#include "platform/posix/registry/change_record.h"
 #include "platform/posix/registry/hive.h"
 
 namespace Platform::Posix {
@@ -39,9 +40,9 @@ public:
   LSTATUS BeginAt(HiveKey& key, const KeyPath& relative, bool create, HiveKey& target);
 
   void Touch(Counter counter) { m_touched[static_cast<int>(counter)] = true; }
-  // Notes a change that the transaction logged, to be told to the hive's listener once committed.
-  void Logged(std::int64_t sequence, ChangeKind kind, std::u16string_view path) {
-    m_changes.push_back(ChangeRecord{sequence, kind, std::u16string(path)});
+  // Notes a change the transaction makes to the key at `path`, to be announced once committed.
+  void Record(ChangeKind kind, std::u16string_view path) {
+    m_changes.push_back(ChangeRecord{0, kind, std::u16string(path)});
   }
 
   // ERROR_SUCCESS, or the error of the commit (the transaction then rolls back at destruction).

@@ -54,31 +54,31 @@ LSTATUS RegistryHive::RunForSubtree(SqliteStatement& statement, std::u16string_v
 LSTATUS RegistryHive::ResolveForWrite(Transaction& transaction, HiveKey& base, const KeyPath& relative, bool create,
                                       const CreateOptions& options, HiveKey& key, bool& created) {
   created = false;
-  bool parentVolatile = false;
-  {
-    StatementUse use(m_statements->keyById);
-    use.Bind(1, base.id);
-    int result = use.Step();
-    if (result == SQLITE_DONE) return ERROR_KEY_DELETED;
-    if (result != SQLITE_ROW) return SqliteErrorToStatus(result);
-    parentVolatile = use.Int(0) != 0;
+  // Under the write lock no other process changes the tree, so a key cache that is current now
+  // answers both look-ups without a query.
+  LSTATUS status = CheckAlive(base);
+  if (status != ERROR_SUCCESS) return status;
+  bool parentVolatile = base.isVolatile;
+  if (relative.components.empty()) {
+    key.id = base.id;
+    key.path = base.path;
+    key.isVolatile = base.isVolatile;
+    key.aliveAt = base.aliveAt;
+    return ERROR_SUCCESS;
   }
   // The key is usually there already: one look-up of its whole path finds it.
-  if (!relative.components.empty()) {
-    std::u16string full = JoinFolded(base.path, relative.folded);
-    StatementUse find(m_statements->keyByPath);
-    find.BindText(1, full);
-    int result = find.Step();
-    if (result == SQLITE_ROW) {
-      key.id = find.Int(0);
-      key.isVolatile = find.Int(1) != 0;
-      key.path = std::move(full);
-      key.aliveAt = kNoGeneration;
-      return ERROR_SUCCESS;
-    }
-    if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
-    if (!create) return ERROR_FILE_NOT_FOUND;
+  std::u16string full = JoinFolded(base.path, relative.folded);
+  CachedKey found;
+  status = LookUpKey(full, found);
+  if (status != ERROR_SUCCESS) return status;
+  if (found.id != 0) {
+    key.id = found.id;
+    key.isVolatile = found.isVolatile;
+    key.path = std::move(full);
+    key.aliveAt = kNoGeneration;
+    return ERROR_SUCCESS;
   }
+  if (!create) return ERROR_FILE_NOT_FOUND;
   std::int64_t parentId = base.id;
   std::u16string path = base.path;
   std::size_t foldedOffset = 0;
@@ -100,7 +100,7 @@ LSTATUS RegistryHive::ResolveForWrite(Transaction& transaction, HiveKey& base, c
     if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
     if (parentVolatile && !options.isVolatile) return ERROR_CHILD_MUST_BE_VOLATILE;
     bool last = i + 1 == relative.components.size();
-    LSTATUS status = InsertKey(transaction, parentId, name, folded, path, last, options, parentId);
+    status = InsertKey(transaction, parentId, name, folded, path, last, options, parentId);
     if (status != ERROR_SUCCESS) return status;
     created = true;
     parentVolatile = options.isVolatile;
@@ -143,8 +143,8 @@ LSTATUS RegistryHive::InsertKey(Transaction& transaction, std::int64_t parentId,
   }
   std::int64_t inserted = sqlite3_last_insert_rowid(m_db);
   LSTATUS status = RunForKey(m_statements->touchKey, parentId, now);
-  if (status == ERROR_SUCCESS) status = RecordChange(transaction, ChangeKind::KeyCreated, path);
   if (status != ERROR_SUCCESS) return status;
+  transaction.Record(ChangeKind::KeyCreated, path);
   transaction.createdKeys.emplace_back(path, CachedKey{inserted, options.isVolatile});
   transaction.Touch(Counter::Structure);
   id = inserted;
@@ -219,10 +219,9 @@ LSTATUS RegistryHive::DeleteValue(HiveKey& key, const KeyPath& relative, std::u1
 
 LSTATUS RegistryHive::CommitValueChange(Transaction& transaction, const HiveKey& target, std::u16string_view name,
                                         CachedValue entry) {
-  LSTATUS status = RecordChange(transaction, ChangeKind::ValueSet, target.path);
-  if (status != ERROR_SUCCESS) return status;
+  transaction.Record(ChangeKind::ValueSet, target.path);
   transaction.Touch(Counter::Values);
-  status = transaction.Commit();
+  LSTATUS status = transaction.Commit();
   if (status != ERROR_SUCCESS) return status;
   CacheValueChange(transaction, target.id, name, std::move(entry));
   return ERROR_SUCCESS;
@@ -269,13 +268,10 @@ LSTATUS RegistryHive::EmptyKey(Transaction& transaction, const HiveKey& target) 
     if (status == ERROR_SUCCESS) status = RunForSubtree(m_statements->deleteSubtreeKeys, target.path);
   }
   if (status == ERROR_SUCCESS) status = RunForKey(m_statements->touchKey, target.id, NowAsFileTime());
-  for (const std::u16string& child : children) {
-    if (status == ERROR_SUCCESS) status = RecordChange(transaction, ChangeKind::KeyDeleted, child);
-  }
-  if (status == ERROR_SUCCESS && valueCount != 0) {
-    status = RecordChange(transaction, ChangeKind::ValueSet, target.path);
-  }
-  return status;
+  if (status != ERROR_SUCCESS) return status;
+  for (const std::u16string& child : children) transaction.Record(ChangeKind::KeyDeleted, child);
+  if (valueCount != 0) transaction.Record(ChangeKind::ValueSet, target.path);
+  return ERROR_SUCCESS;
 }
 
 LSTATUS RegistryHive::DeleteSubtree(Transaction& transaction, const HiveKey& target) {
@@ -284,7 +280,7 @@ LSTATUS RegistryHive::DeleteSubtree(Transaction& transaction, const HiveKey& tar
   if (status == ERROR_SUCCESS) status = RunForKey(m_statements->touchParent, target.id, NowAsFileTime());
   if (status == ERROR_SUCCESS) status = RunForKey(m_statements->deleteKeyValues, target.id);
   if (status == ERROR_SUCCESS) status = RunForKey(m_statements->deleteKeyRow, target.id);
-  if (status == ERROR_SUCCESS) status = RecordChange(transaction, ChangeKind::KeyDeleted, target.path);
+  if (status == ERROR_SUCCESS) transaction.Record(ChangeKind::KeyDeleted, target.path);
   return status;
 }
 
@@ -305,8 +301,8 @@ LSTATUS RegistryHive::DeleteKey(HiveKey& key, const KeyPath& relative) {
   status = RunForKey(m_statements->touchParent, target.id, NowAsFileTime());
   if (status == ERROR_SUCCESS) status = RunForKey(m_statements->deleteKeyValues, target.id);
   if (status == ERROR_SUCCESS) status = RunForKey(m_statements->deleteKeyRow, target.id);
-  if (status == ERROR_SUCCESS) status = RecordChange(transaction, ChangeKind::KeyDeleted, target.path);
   if (status != ERROR_SUCCESS) return status;
+  transaction.Record(ChangeKind::KeyDeleted, target.path);
   return transaction.CommitRemoval();
 }
 
@@ -323,8 +319,7 @@ LSTATUS RegistryHive::SetSecurity(HiveKey& key, std::span<const BYTE> descriptor
     if (result != SQLITE_DONE) return SqliteErrorToStatus(result);
     if (sqlite3_changes(m_db) == 0) return ERROR_KEY_DELETED;
   }
-  status = RecordChange(transaction, ChangeKind::SecuritySet, key.path);
-  if (status != ERROR_SUCCESS) return status;
+  transaction.Record(ChangeKind::SecuritySet, key.path);
   return transaction.Commit();
 }
 

@@ -8,8 +8,9 @@
 namespace Platform::Posix {
 namespace {
 
-// How long a watcher thread sleeps without a wake before it reads the change log itself.
-constexpr int kLogCheckMilliseconds = 100;
+// How long a watcher thread sleeps without a wake before it looks for a writer that died between
+// its commit and its announcement.
+constexpr int kDeadWriterCheckMilliseconds = 100;
 
 bool IsBelow(std::u16string_view path, std::u16string_view base) {
   if (base.empty()) return !path.empty();
@@ -44,15 +45,11 @@ LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bo
     if (hive.Generations() == nullptr) return ERROR_FILE_NOT_FOUND;
     auto watched = std::make_unique<WatchedHive>();
     watched->announcements = &hive.Generations()->Announcements();
-    LSTATUS status = ChangeLogReader::Open(hive.FilePath(), watched->reader);
-    if (status != ERROR_SUCCESS) return status;
     found = m_hives.emplace(hive.FilePath(), std::move(watched)).first;
   }
   WatchedHive& watched = *found->second;
-  std::int64_t last = 0;
-  LSTATUS status = watched.reader->LastSequence(last);
-  if (status != ERROR_SUCCESS) return status;
-  // With no watch in this hive the watcher did not follow its log; nothing before now matters.
+  std::int64_t last = watched.announcements->Announced();
+  // With no watch in this hive the watcher did not follow it; nothing before now matters.
   if (watched.watches.empty()) watched.lastSeen = std::max(watched.lastSeen, last);
   Watch watch;
   watch.armedAfter = last;
@@ -87,6 +84,8 @@ bool RegistryNotifier::Concerns(const Watch& watch, const ChangeRecord& change) 
   bool here = path == watch.path;
   bool inScope = here || (watch.subtree && IsBelow(path, watch.path));
   switch (change.kind) {
+    case ChangeKind::None:
+      return false;
     case ChangeKind::ValueSet:
       return (watch.filter & REG_NOTIFY_CHANGE_LAST_SET) != 0 && inScope;
     case ChangeKind::SecuritySet:
@@ -103,30 +102,19 @@ bool RegistryNotifier::Concerns(const Watch& watch, const ChangeRecord& change) 
   return false;
 }
 
-void RegistryNotifier::ProcessLocked(WatchedHive& watched, bool fromLog, std::vector<HANDLE>& signals) {
+void RegistryNotifier::ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& signals) {
   if (watched.watches.empty()) return;
-  ChangeAnnouncements& announcements = *watched.announcements;
-  std::int64_t announced = announcements.Announced();
+  std::int64_t announced = watched.announcements->Announced();
+  if (announced <= watched.lastSeen) return;
   std::vector<ChangeRecord> changes;
-  if (!fromLog) {
-    if (announced <= watched.lastSeen) return;
-    fromLog = !announcements.ReadAfter(watched.lastSeen, announced, changes);
+  if (watched.announcements->ReadAfter(watched.lastSeen, announced, changes)) {
+    FireLocked(watched, changes, signals);
+  } else {
+    // The ring no longer holds what this process had not read: anything may have changed.
+    for (const Watch& watch : watched.watches) signals.push_back(watch.event);
+    watched.watches.clear();
   }
-  bool gap = false;
-  if (fromLog) {
-    if (watched.reader->ReadAfter(watched.lastSeen, changes, gap) != ERROR_SUCCESS) return;
-    // Committed records that nobody announced: their writer died between its commit and its
-    // announcement, or is about to announce. Announcing them wakes the other processes' watchers.
-    if (!changes.empty() && changes.back().sequence > announced) announcements.Announce(changes.back().sequence);
-  }
-  auto& watches = watched.watches;
-  if (gap) {
-    // The log was pruned past what this process had read: anything may have changed.
-    for (const Watch& watch : watches) signals.push_back(watch.event);
-    watches.clear();
-  }
-  FireLocked(watched, changes, signals);
-  if (!changes.empty()) watched.lastSeen = changes.back().sequence;
+  watched.lastSeen = announced;
 }
 
 void RegistryNotifier::FireLocked(WatchedHive& watched, const std::vector<ChangeRecord>& changes,
@@ -157,7 +145,6 @@ void RegistryNotifier::OnCommitted(void* context, RegistryHive& hive, const std:
 
 void RegistryNotifier::Run(WatchedHive& watched) {
   ChangeAnnouncements& announcements = *watched.announcements;
-  bool fromLog = false;
   for (;;) {
     // Read before looking, so that an announcement made meanwhile cuts the next sleep short.
     std::uint32_t seen = announcements.WakeCount();
@@ -165,10 +152,10 @@ void RegistryNotifier::Run(WatchedHive& watched) {
     std::vector<HANDLE> signals;
     {
       std::lock_guard<std::mutex> lock(m_mutex);
-      ProcessLocked(watched, fromLog, signals);
+      ProcessLocked(watched, signals);
     }
     SignalAll(signals);
-    fromLog = !announcements.Wait(seen, kLogCheckMilliseconds);
+    if (!announcements.Wait(seen, kDeadWriterCheckMilliseconds)) announcements.AnnounceForADeadCommitter();
   }
 }
 

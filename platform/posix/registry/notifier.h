@@ -9,12 +9,13 @@
 // OnCommitted before the changing call returns, so that its own watches are signalled at once.
 // Changes of every process are announced in the hive's shared memory (announcements.h): one
 // watcher thread per watched hive sleeps on the hive's wake count, reads the announced records
-// after the last one it saw, and signals the watches they concern. When its sleep times out it
-// reads the hive's change log instead, and announces whatever it finds there that nobody
-// announced: the change of a writer that died between its commit and its announcement.
+// after the last one it saw, and signals the watches they concern. When its sleep runs out it
+// announces what a writer that died between its commit and its announcement left staged.
 //
-// A watch remembers the log's last sequence number when it was armed, so no change committed after
-// the arming can be missed, whichever process made it and however late the watcher wakes.
+// A watch remembers the last number announced when it was armed. A change committed after the
+// arming is announced with a higher number, so it is never missed, whichever process made it and
+// however late the watcher wakes; a change committed just before the arming but announced after
+// it signals the watch once more than needed.
 #pragma once
 
 #include <atomic>
@@ -26,7 +27,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/posix/registry/change_log.h"
+#include "platform/posix/registry/announcements.h"
+#include "platform/posix/registry/change_record.h"
 #include "platform/posix/registry/hive.h"
 #include "platform/types.h"
 
@@ -42,8 +44,8 @@ public:
 
   // Arms a watch on the key at `path` of `hive`; `event` is signalled (SetEvent) once. `owner`
   // identifies the handle it was armed through. Starts the hive's watcher thread at its first
-  // watch. Returns ERROR_SUCCESS; ERROR_FILE_NOT_FOUND for a hive without shared memory; the error
-  // of opening or reading the hive's log. Any thread.
+  // watch. Returns ERROR_SUCCESS, or ERROR_FILE_NOT_FOUND for a hive without shared memory. Any
+  // thread.
   LSTATUS Arm(RegistryHive& hive, const std::u16string& path, bool subtree, DWORD filter, HANDLE event,
               const void* owner);
 
@@ -66,7 +68,6 @@ private:
   };
   struct WatchedHive {
     ChangeAnnouncements* announcements = nullptr;  // in the hive's shared memory
-    std::unique_ptr<ChangeLogReader> reader;
     std::int64_t lastSeen = 0;
     std::vector<Watch> watches;
     std::thread thread;
@@ -74,9 +75,8 @@ private:
 
   // The watcher thread of one hive.
   void Run(WatchedHive& watched);
-  // Reads the hive's new changes, from the announcements or, with `fromLog`, from the change log
-  // (announcing what it finds there), and collects the events of the watches they concern.
-  void ProcessLocked(WatchedHive& watched, bool fromLog, std::vector<HANDLE>& signals);
+  // Reads the hive's newly announced changes and collects the events of the watches they concern.
+  void ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& signals);
   // Drops the watches of `watched` that `changes` concern and collects their events.
   static void FireLocked(WatchedHive& watched, const std::vector<ChangeRecord>& changes, std::vector<HANDLE>& signals);
   static bool Concerns(const Watch& watch, const ChangeRecord& change);
