@@ -147,6 +147,8 @@ LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, DWORD* nameLength, DWO
 LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD nameLength);
 LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR valueName, DWORD* valueNameLength,
                       DWORD* reserved, DWORD* type, BYTE* data, DWORD* dataSize);
+// A class buffer (`keyClass`) with `*classLength` 0 is left alone and the length given as 0; one
+// too small for the class and its terminator gives ERROR_INSUFFICIENT_BUFFER.
 LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, DWORD* classLength, DWORD* reserved,
                          DWORD* subKeys, DWORD* maxSubKeyLength, DWORD* maxClassLength,
                          DWORD* values, DWORD* maxValueNameLength, DWORD* maxValueLength,
@@ -159,6 +161,11 @@ LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, DWORD* classLength, DWORD* r
 // `asynchronous` false the call waits for the change itself.
 LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDLE event,
                                 BOOL asynchronous);
+
+// Returns when every change committed to the key's hive, by any process, is on the disk. Other
+// calls make a change durable against the end of a process when they return, and against a power
+// loss only later (on Linux at the next checkpoint of the hive's log, see ARCHITECTURE.md).
+LSTATUS RegFlushKey(HKEY key);
 
 // Keeps `securityDescriptor` (self-relative) with the key. Off Windows descriptors are data only:
 // nothing checks access against them.

@@ -9,3 +9,8 @@ HALCYRA_NATIVE_PACKAGES=(
 HALCYRA_WINDOWS_PACKAGES=(
   g++-mingw-w64-x86-64-posix googletest wine64
 )
+
+# The libFuzzer targets (fuzz preset): clang with its fuzzer and sanitizer runtimes.
+HALCYRA_FUZZ_PACKAGES=(
+  clang
+)

@@ -12,26 +12,13 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/support/fuzz_input.h"
+
+using Fuzzing::TextFrom;
+
 namespace {
 
 constexpr int kTargets = 16;
-
-// UTF-16 from the input: either each byte widened (so that ASCII formats are easy to reach) or each
-// pair of bytes as one code unit (so that any unit can appear).
-std::u16string TextFrom(const std::string& bytes, bool pairs) {
-  std::u16string text;
-  if (pairs) {
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-      text.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
-                                           (static_cast<unsigned char>(bytes[i + 1]) << 8)));
-    }
-  } else {
-    for (const char byte : bytes) {
-      text.push_back(static_cast<unsigned char>(byte));
-    }
-  }
-  return text;
-}
 
 }  // namespace
 

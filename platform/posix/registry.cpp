@@ -6,9 +6,9 @@
 #include <span>
 #include <vector>
 
-#include "platform/posix/registry_names.h"
-#include "platform/posix/registry_state.h"
-#include "platform/posix/registry_value_rules.h"
+#include "platform/posix/registry/names.h"
+#include "platform/posix/registry/state.h"
+#include "platform/posix/registry/value_rules.h"
 #include "platform/synchronization.h"
 
 namespace Platform {
@@ -100,14 +100,14 @@ LSTATUS ReadRaw(OpenKey& key, HiveKey& hiveKey, LPCWSTR name, RawValue& raw) {
 }
 
 // Sets a value of the key at `path` below `key` after the checks of the caller's name and data that
-// RegSetValueExW and RegSetKeyValueW share: ERROR_INVALID_PARAMETER for a name that is too long,
-// ERROR_NOACCESS for a size without data.
+// RegSetValueExW and RegSetKeyValueW share (CheckValueToSet).
 LSTATUS SetNamedValue(OpenKey& key, const KeyPath& path, LPCWSTR valueName, DWORD type, const BYTE* data,
                       DWORD dataSize) {
   std::u16string_view name = NameOf(valueName);
-  if (name.size() > MAX_VALUE_NAME_LENGTH) return ERROR_INVALID_PARAMETER;
-  if (data == nullptr && dataSize != 0) return ERROR_NOACCESS;
-  return key.hive->SetValue(key.key, path, name, type, data, dataSize);
+  DWORD storedSize = 0;
+  LSTATUS status = Posix::CheckValueToSet(name, type, data, dataSize, storedSize);
+  if (status != ERROR_SUCCESS) return status;
+  return key.hive->SetValue(key.key, path, name, type, data, storedSize);
 }
 
 // Copies `text` with its terminator; the caller has checked that it fits.
@@ -133,6 +133,7 @@ LSTATUS DescriptorBytes(PSECURITY_DESCRIPTOR descriptor, std::span<const BYTE>& 
 
 LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, HKEY* result) {
   if (result == nullptr) return ERROR_INVALID_PARAMETER;
+  *result = nullptr;
   std::shared_ptr<OpenKey> base;
   LSTATUS status = Resolve(key, base);
   if (status != ERROR_SUCCESS) return status;
@@ -141,7 +142,6 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, H
     *result = key;
     return ERROR_SUCCESS;
   }
-  *result = nullptr;
   KeyPath path;
   status = ParseSubKey(*base, key, subKey, path);
   if (status != ERROR_SUCCESS) return status;
@@ -156,7 +156,8 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, H
 
 LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass, DWORD options, REGSAM desired,
                         const SECURITY_ATTRIBUTES* securityAttributes, HKEY* result, DWORD* disposition) {
-  if (result == nullptr || reserved != 0 || (options & ~kCreateOptions) != 0) return ERROR_INVALID_PARAMETER;
+  if (result == nullptr) return ERROR_BADKEY;
+  if (reserved != 0 || (options & ~kCreateOptions) != 0) return ERROR_INVALID_PARAMETER;
   std::shared_ptr<OpenKey> base;
   LSTATUS status = Resolve(key, base);
   if (status != ERROR_SUCCESS) return status;
@@ -413,14 +414,17 @@ LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, DWORD* classLength, DWORD* r
   Posix::KeySummary summary;
   status = open->hive->QueryInfo(open->key, summary);
   if (status != ERROR_SUCCESS) return status;
-  if (keyClass != nullptr) {
-    if (summary.keyClass.size() >= *classLength) {
-      *classLength = static_cast<DWORD>(summary.keyClass.size());
-      return ERROR_MORE_DATA;
+  auto classSize = static_cast<DWORD>(summary.keyClass.size());
+  // A class buffer of no characters asks for nothing: it is left alone and the length is 0.
+  bool classWanted = keyClass != nullptr && *classLength != 0;
+  if (classWanted) {
+    if (classSize >= *classLength) {
+      *classLength = classSize;
+      return ERROR_INSUFFICIENT_BUFFER;
     }
     CopyTerminated(summary.keyClass, keyClass);
   }
-  if (classLength != nullptr) *classLength = static_cast<DWORD>(summary.keyClass.size());
+  if (classLength != nullptr) *classLength = keyClass != nullptr && !classWanted ? 0 : classSize;
   if (subKeys != nullptr) *subKeys = summary.subKeys;
   if (maxSubKeyLength != nullptr) *maxSubKeyLength = summary.maxSubKeyLength;
   if (maxClassLength != nullptr) *maxClassLength = summary.maxClassLength;
@@ -447,6 +451,8 @@ LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDL
   if (status != ERROR_SUCCESS) return status;
   RegistryState& state = RegistryState::Get();
   if (asynchronous) {
+    // As on Windows, arming clears the event, so that a signal means a change after this call.
+    ResetEvent(event);
     return state.Notifier().Arm(*open->hive, open->key.path, watchSubtree != FALSE, filter, event, open.get());
   }
   HANDLE wait = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -455,6 +461,13 @@ LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDL
   if (status == ERROR_SUCCESS) WaitForSingleObject(wait, INFINITE);
   CloseHandle(wait);
   return status;
+}
+
+LSTATUS RegFlushKey(HKEY key) {
+  std::shared_ptr<OpenKey> open;
+  LSTATUS status = Resolve(key, open);
+  if (status != ERROR_SUCCESS) return status;
+  return open->hive->Flush();
 }
 
 LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION information, PSECURITY_DESCRIPTOR securityDescriptor) {

@@ -83,6 +83,8 @@ LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDL
   return ::RegNotifyChangeKeyValue(ToNative(key), watchSubtree, filter, event, asynchronous);
 }
 
+LSTATUS RegFlushKey(HKEY key) { return ::RegFlushKey(ToNative(key)); }
+
 LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION information, PSECURITY_DESCRIPTOR securityDescriptor) {
   return ::RegSetKeySecurity(ToNative(key), information, securityDescriptor);
 }

@@ -180,6 +180,30 @@ TEST_F(RegistryNotificationTest, EveryArmingSeesTheChangeThatFollowsIt) {
   }
 }
 
+TEST_F(RegistryNotificationTest, ArmingResetsASignalledEvent) {
+  ASSERT_TRUE(SetEvent(Event()));
+  Arm(Root(), TRUE, REG_NOTIFY_CHANGE_NAME);
+  EXPECT_FALSE(Signalled(0));
+  Create(Root(), u"SubKey");
+  EXPECT_TRUE(Signalled(0));
+}
+
+TEST_F(RegistryNotificationTest, OwnValueChangeSignalsBeforeTheChangingCallReturns) {
+  UniqueKey watched = Create(Root(), u"Own");
+  for (DWORD round = 0; round < 500; ++round) {
+    Arm(watched.get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET);
+    SetDword(watched.get(), nullptr, u"V", round);
+    ASSERT_TRUE(Signalled(0)) << "round " << round;
+  }
+}
+
+TEST_F(RegistryNotificationTest, OwnNewSubKeySignalsBeforeTheCreatingCallReturns) {
+  UniqueKey watched = Create(Root(), u"Own");
+  Arm(watched.get(), FALSE, REG_NOTIFY_CHANGE_NAME);
+  Create(watched.get(), u"Child");
+  EXPECT_TRUE(Signalled(0));
+}
+
 TEST_F(RegistryNotificationTest, SeveralWatchesOnOneKeyAllFire) {
   UniqueKernelHandle second(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   UniqueKey other;

@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "platform/environment.h"
-#include "platform/posix/registry_state.h"
+#include "platform/posix/registry/state.h"
 #include "tests/platform/registry/registry_sandbox.h"
 
 namespace Testing {

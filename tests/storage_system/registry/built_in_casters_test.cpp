@@ -144,9 +144,6 @@ TEST_F(BuiltInCastersTest, DoubleIsAQwordOfItsBitsWithTheOptionClear) {
 }
 
 TEST_F(BuiltInCastersTest, FloatIsTextWithTheOptionSet) {
-  if (Testing::kRunningOnWindows) {
-    GTEST_SKIP() << "Windows stores the terminator that follows a string given without one in its size";
-  }
   OpenTextStorage();
   Held<IRegistryValue> value;
   ASSERT_EQ(textStorage->OpenValue(u"f", &value, SF_READ | SF_CREATE, TypeOfFloat(), nullptr, 0), ErrorNone);
@@ -156,7 +153,8 @@ TEST_F(BuiltInCastersTest, FloatIsTextWithTheOptionSet) {
   RawValue raw = GetRaw(nullptr, u"f");
   EXPECT_EQ(raw.type, Platform::REG_SZ);
   EXPECT_EQ(raw.AsText(), "1.500000");
-  EXPECT_EQ(raw.data.size(), 16u) << "no terminator";
+  // The text is written without its terminator; the registry stores the one that follows it.
+  EXPECT_EQ(raw.data.size(), 18u);
 }
 
 TEST_F(BuiltInCastersTest, TextIsScannedBackWithTheRowsFormat) {
