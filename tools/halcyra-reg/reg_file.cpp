@@ -42,10 +42,10 @@ void AppendHex(std::u16string& text, std::size_t lineStart, const std::string& p
 }
 
 // Whether a REG_SZ reads back the same from its quoted form: one terminator at the very end, no
-// other one, and no line end that would split the statement.
+// other one, and no line end that would split the statement. A string without even its terminator
+// would come back with one.
 bool IsPlainString(const std::vector<BYTE>& data) {
-  if (data.empty()) return true;
-  if (data.size() % 2 != 0) return false;
+  if (data.empty() || data.size() % 2 != 0) return false;
   for (std::size_t i = 0; i + 2 < data.size(); i += 2) {
     const char16_t c = static_cast<char16_t>(data[i] | (data[i + 1] << 8));
     if (c == u'\0' || c == u'\r' || c == u'\n') return false;

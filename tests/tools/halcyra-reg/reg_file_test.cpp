@@ -194,6 +194,7 @@ TEST(RegFileTest, ReadsBackWhatItWrites) {
       {u"Inner terminator", Platform::REG_SZ, Utf16Bytes(u"a\0b\0"s)},
       {u"Line end", Platform::REG_SZ, Utf16Bytes(u"a\r\nb\0"s)},
       {u"Odd", Platform::REG_SZ, {0x41}},
+      {u"No terminator", Platform::REG_SZ, {}},
       {u"Short dword", Platform::REG_DWORD, {1, 2}},
       {u"Other", 0x12345678, {9, 8, 7}},
   };
