@@ -107,7 +107,11 @@ LSTATUS SetNamedValue(OpenKey& key, const KeyPath& path, LPCWSTR valueName, DWOR
   DWORD storedSize = 0;
   LSTATUS status = Posix::CheckValueToSet(name, type, data, dataSize, storedSize);
   if (status != ERROR_SUCCESS) return status;
-  return key.hive->SetValue(key.key, path, name, type, data, storedSize);
+  if (storedSize == dataSize) return key.hive->SetValue(key.key, path, name, type, data, storedSize);
+  // The terminator that followed the caller's data goes with a copy, not read again.
+  std::vector<BYTE> terminated(storedSize, 0);
+  std::memcpy(terminated.data(), data, dataSize);
+  return key.hive->SetValue(key.key, path, name, type, terminated.data(), storedSize);
 }
 
 // Copies `text` with its terminator; the caller has checked that it fits.

@@ -59,8 +59,10 @@ LSTATUS RegistryHive::Transaction::Commit() {
   m_open = false;
   if (m_changes.empty()) return ERROR_SUCCESS;
   if (g_afterCommitHook != nullptr) g_afterCommitHook();
-  if (announcing) announcements->Announce(m_changes.back().sequence);
+  // This process's own watches first: once announced, the changes could reach them through the
+  // watcher thread instead, which signals only after this call has returned.
   if (m_hive.m_listener != nullptr) m_hive.m_listener(m_hive.m_listenerContext, m_hive, m_changes);
+  if (announcing) announcements->Announce(m_changes.back().sequence);
   return ERROR_SUCCESS;
 }
 

@@ -33,6 +33,18 @@ constexpr std::uintptr_t kNullPageEnd = 0x10000;
 
 bool IsStringType(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ; }
 
+constexpr std::uintptr_t kPageSize = 4096;
+
+// Whether the code unit right after the `size` bytes at `data` is a terminator. Deliberately read
+// past the caller's data, as Windows does: only within the page of the data's last byte, which is
+// mapped, and without the address sanitizer's check of the caller's bounds.
+[[gnu::no_sanitize_address]] bool TerminatorFollows(const BYTE* data, std::size_t size) {
+  auto next = reinterpret_cast<std::uintptr_t>(data + size);
+  if ((next + 1) / kPageSize != (next - 1) / kPageSize) return false;
+  const volatile BYTE* at = data + size;
+  return at[0] == 0 && at[1] == 0;
+}
+
 }  // namespace
 
 LSTATUS CheckValueToSet(std::u16string_view name, DWORD type, const BYTE* data, DWORD size, DWORD& storedSize) {
@@ -42,11 +54,11 @@ LSTATUS CheckValueToSet(std::u16string_view name, DWORD type, const BYTE* data, 
   storedSize = size;
   if (data == nullptr || !IsStringType(type) || size < sizeof(char16_t)) return ERROR_SUCCESS;
   std::size_t characters = size / sizeof(char16_t);
-  char16_t last = 0, next = 0;
+  char16_t last = 0;
   std::memcpy(&last, data + (characters - 1) * sizeof(char16_t), sizeof(char16_t));
-  if (last == 0) return ERROR_SUCCESS;
-  std::memcpy(&next, data + characters * sizeof(char16_t), sizeof(char16_t));
-  if (next == 0) storedSize = static_cast<DWORD>((characters + 1) * sizeof(char16_t));
+  if (last != 0 && TerminatorFollows(data, characters * sizeof(char16_t))) {
+    storedSize = static_cast<DWORD>((characters + 1) * sizeof(char16_t));
+  }
   return ERROR_SUCCESS;
 }
 

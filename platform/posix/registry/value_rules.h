@@ -15,7 +15,8 @@ namespace Platform::Posix {
 // than MAX_VALUE_NAME_LENGTH; ERROR_NOACCESS for a size without data and for data in the null page,
 // which no process maps (Windows answers there instead of faulting). A string whose size left out
 // its terminator (the last character given is not 0, the one after it is) is stored with that
-// terminator, as Windows does: the character after the given bytes is read.
+// terminator, as Windows does: the character after the given bytes is read when it lies in the
+// same page as the last of them.
 LSTATUS CheckValueToSet(std::u16string_view name, DWORD type, const BYTE* data, DWORD size, DWORD& storedSize);
 
 // Replaces each %NAME% of the UTF-16 text in `data` by the variable's value (unknown names stay as
