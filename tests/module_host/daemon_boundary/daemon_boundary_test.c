@@ -5,7 +5,9 @@
  * give a virtual destructor one slot (the scalar deleting destructor). Tests written in C++ and
  * built by the library's own compiler agree with the library by construction; this one does not
  * share a single declaration with it. It also hands the library a manager and a caller of its own
- * in that layout, and checks that the library calls them at the right slots.
+ * in that layout, and checks that the library calls them at the right slots. Starting the module
+ * needs an audio system: the program is linked with the simulated one, whose class table it hands
+ * to the library as a Linux host does.
  *
  * On Windows x64 a member function takes `this` first and its arguments after it, in the one x64
  * calling convention, as a C function does; on Linux x86-64 the same holds under the System V
@@ -90,11 +92,27 @@ _Static_assert(offsetof(DaemonManagerSlots, FindModule) == SLOT_OFFSET(2), "mana
 _Static_assert(offsetof(DaemonManagerSlots, OnModuleStateChanged) == SLOT_OFFSET(4), "manager slots");
 _Static_assert(offsetof(DynamicModuleSlots, GetModule) == SLOT_OFFSET(2), "handle slots");
 
-/* The library's exports. */
+/* The library's exports: the daemon's four, and the host's settings. */
 extern DynamicModule* CreateModule(const uint16_t* name);
 extern void ReleaseModule(DynamicModule* module);
 extern int32_t GetModuleNames(uint16_t* names, uint64_t capacity);
 extern int32_t GetCLSIDFromModuleName(Guid* clsid, const uint16_t* name);
+
+typedef int32_t (*ClassObjectLookup)(const Guid* clsid, const Guid* iid, void** object);
+
+typedef struct HostSettings {
+  uint32_t size;
+  int32_t logLevel;
+  void* sink;
+  const char* logFilePath;
+  void (*debugChannelHook)(void* context, const char* utf8Text);
+  void* debugChannelContext;
+  ClassObjectLookup classObjectLookup;
+} HostSettings;
+extern int32_t HalcyraConfigureHost(const HostSettings* settings);
+
+/* The machine's audio system (the simulated one), made once; the lookup of its class table. */
+extern ClassObjectLookup DaemonBoundaryStartAudio(void);
 
 /* --- checks --- */
 
@@ -210,9 +228,49 @@ static void* CallerGetInterface(Extensible* self, const Guid* iid) {
 
 static const ExtensibleSlots kCallerSlots = {CallerScalarDeletingDestructor, CallerGetInterface};
 
+/* --- the library's request traces, seen on its debug channel --- */
+
+enum { kMaxTraceLength = 512 };
+
+/* The request traces in order. Only the requests, made on this program's one thread, write here;
+ * lines of the library's other threads are looked at and dropped. */
+static char g_traces[kMaxRecorded][kMaxTraceLength];
+static int g_traceCount;
+
+static void OnDebugLine(void* context, const char* text) {
+  (void)context;
+  if (strstr(text, " request on module ") == NULL) return;
+  if (g_traceCount < kMaxRecorded) {
+    strncpy(g_traces[g_traceCount], text, kMaxTraceLength - 1);
+    g_traces[g_traceCount][kMaxTraceLength - 1] = 0;
+  }
+  ++g_traceCount;
+}
+
+/* Whether trace `index` is the `request` on the module "Halcyra", from a caller named `callerName`. */
+static int TraceNames(int index, const char* request, const char* callerName) {
+  char wanted[64];
+  char from[64];
+  if (index >= g_traceCount || index >= kMaxRecorded) return 0;
+  snprintf(wanted, sizeof wanted, ": %s request on module Halcyra (", request);
+  snprintf(from, sizeof from, ") from %s (", callerName);
+  return strstr(g_traces[index], wanted) != NULL && strstr(g_traces[index], from) != NULL;
+}
+
 /* --- the daemon's sequence --- */
 
 int main(void) {
+  /* The machine first, so that it outlives the module; then the host's settings: trace level, the
+   * debug channel to this program, and the machine's class table. */
+  HostSettings settings;
+  memset(&settings, 0, sizeof settings);
+  settings.size = sizeof settings;
+  settings.logLevel = 4;
+  settings.debugChannelHook = OnDebugLine;
+  settings.classObjectLookup = DaemonBoundaryStartAudio();
+  CHECK(settings.classObjectLookup != NULL);
+  CHECK(HalcyraConfigureHost(&settings) == 0);
+
   /* The names, then the CLSID of a name, then the handle. */
   uint16_t names[2 * 260];
   memset(names, 0xFF, sizeof names);
@@ -261,6 +319,7 @@ int main(void) {
    * state at slot 4 while its count has not moved yet. */
   CHECK(module->slots->Init(module, (Extensible*)&manager) == 0);
   CHECK(AskedModuleThenManager(&manager.queries));
+  CHECK(TraceNames(0, "Init", "daemon manager"));
   CHECK(module->slots->GetState(module) == 1);
   CHECK(manager.stateChanges == 1);
   CHECK(manager.statesSeen[0] == 0);
@@ -274,6 +333,7 @@ int main(void) {
   /* Start and Stop from a caller that answers neither identity. */
   CHECK(module->slots->Start(module, &caller.base) == 0);
   CHECK(AskedModuleThenManager(&caller.queries));
+  CHECK(TraceNames(2, "Start", "unknown object"));
   CHECK(module->slots->GetState(module) == 2);
   CHECK(manager.stateChanges == 2);
   CHECK(manager.statesSeen[1] == 2);
@@ -281,6 +341,7 @@ int main(void) {
   caller.queries.count = 0;
   module->slots->Stop(module, &caller.base);
   CHECK(AskedModuleThenManager(&caller.queries));
+  CHECK(TraceNames(3, "Stop", "unknown object"));
   CHECK(module->slots->GetState(module) == 1);
   CHECK(manager.stateChanges == 3);
   CHECK(manager.statesSeen[2] == 1);
@@ -292,6 +353,7 @@ int main(void) {
   CHECK(module->slots->GetState(module) == 1);
   CHECK(manager.stateChanges == 3);
   module->slots->Uninit(module, (Extensible*)&manager);
+  CHECK(TraceNames(5, "Uninit", "daemon manager"));
   CHECK(module->slots->GetState(module) == 0);
   CHECK(manager.stateChanges == 4);
   CHECK(manager.statesSeen[3] == 0);
@@ -313,6 +375,7 @@ int main(void) {
   module->slots->Uninit(module, &caller.base);
   CHECK(module->slots->GetState(module) == 0);
   CHECK(manager.stateChanges == 8);
+  CHECK(g_traceCount == 10);
 
   ReleaseModule(handle);
   CHECK(CreateModule(NULL) == handle);
