@@ -19,7 +19,12 @@ std::uint32_t ModelStorageFlags(std::uint32_t modelFlags) {
 }  // namespace
 
 std::uint32_t AccessMaskFromModel(std::uint32_t modelFlags, std::uint32_t dataSystemFlags) {
-  std::uint32_t mask = (modelFlags & SM_WRITE) != 0 ? kReadWriteCreate : (modelFlags & SM_READ) != 0 ? SF_READ : 0;
+  std::uint32_t mask = 0;
+  if ((modelFlags & SM_WRITE) != 0) {
+    mask = kReadWriteCreate;
+  } else if ((modelFlags & SM_READ) != 0) {
+    mask = SF_READ;
+  }
   mask |= ModelStorageFlags(modelFlags);
   if ((dataSystemFlags & DS_READ_ONLY) != 0) mask &= ~static_cast<std::uint32_t>(SF_WRITE | SF_CREATE);
   return mask;

@@ -8,6 +8,7 @@
 // the test can see what the system does while a call is slow. Thread-safe.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <set>
@@ -23,6 +24,9 @@ struct CallRecord {
   std::string operation;  // "IPolicyConfig::SetPropertyValue"
   std::string arguments;  // the arguments as text, comma-separated
   Platform::DWORD threadId;
+  // When the call was recorded, on the clock that every process of the machine shares, so that a
+  // benchmark can set it against a time taken in another process.
+  std::chrono::steady_clock::time_point at;
 
   std::string Text() const { return operation + "(" + arguments + ")"; }
 };
