@@ -12,5 +12,5 @@ HALCYRA_WINDOWS_PACKAGES=(
 
 # The libFuzzer targets (fuzz preset): clang with its fuzzer and sanitizer runtimes.
 HALCYRA_FUZZ_PACKAGES=(
-  clang
+  clang libclang-rt-14-dev
 )

@@ -23,7 +23,7 @@ lanes=("$@")
 
 # The suites whose code runs on several threads or in several processes at once.
 concurrent_suites=(platform_tests registry_conformance_tests registry_storage_tests storage_system_tests
-                   audio_service_tests simulator_tests)
+                   data_system_tests reactive_tests audio_service_tests simulator_tests)
 
 # A report ends the process that made it with a failure; leaks are looked for at every exit. On
 # this glibc, LeakSanitizer's scan of the threads misreads the dynamic TLS of a library loaded with
