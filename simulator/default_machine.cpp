@@ -15,13 +15,19 @@ constexpr PROPERTYKEY kFirstMarker = {
     {0xF363DF17, 0xA750, 0x4AC3, {0xB7, 0xB5, 0x2B, 0xBE, 0xFF, 0xA9, 0x08, 0x5F}}, 11};
 
 std::vector<EndpointDefinition> DefaultEndpoints() {
-  auto endpoint = [](EDataFlow flow, const char16_t* key, const char16_t* name, const char16_t* hardwareId) {
-    return EndpointDefinition{flow, key, DEVICE_STATE_ACTIVE,
+  auto endpoint = [](EDataFlow flow, const char16_t* key, const char16_t* name, const char16_t* hardwareId,
+                     DWORD state = DEVICE_STATE_ACTIVE) {
+    return EndpointDefinition{flow, key, state,
                         {{PKEY_Device_FriendlyName, name}, {PKEY_Device_InstanceId, hardwareId}}, {}};
   };
+  // The VAD rests hidden, as the routing value's default wants it: a module that starts on a fresh
+  // machine finds nothing to change, and no endpoint notification is still on its way when a short
+  // run stops it again.
   std::vector<EndpointDefinition> endpoints = {
-      endpoint(eRender, kVadRenderKey, u"Halcyra Virtual Speakers", u"ROOT\\QuillonHL3Vad\\0000"),
-      endpoint(eCapture, kVadCaptureKey, u"Halcyra Virtual Microphone", u"ROOT\\QuillonHL3Vad\\0001"),
+      endpoint(eRender, kVadRenderKey, u"Halcyra Virtual Speakers", u"ROOT\\QuillonHL3Vad\\0000",
+               DEVICE_STATE_DISABLED),
+      endpoint(eCapture, kVadCaptureKey, u"Halcyra Virtual Microphone", u"ROOT\\QuillonHL3Vad\\0001",
+               DEVICE_STATE_DISABLED),
       endpoint(eCapture, kRealtekMicrophoneKey, u"Microphone Array (Realtek(R) Audio)",
                u"HDAUDIO\\FUNC_01&VEN_10EC&DEV_1168&SUBSYS_10431F3D&REV_1000\\4&2F1E2A3B&0&0001"),
       endpoint(eRender, kNoiseReductionSpeakersKey, u"Speakers (Realtek(R) Audio)",

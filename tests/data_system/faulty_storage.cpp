@@ -137,8 +137,8 @@ StorageSystem::IStorageSystem* FaultyStore::GetStorageSystem() {
   if (m_faults.maskedCapabilities == 0) return m_inner->GetStorageSystem();
   std::lock_guard<std::mutex> guard(m_faults.mutex);
   if (!m_faults.maskedStorageSystem) {
-    m_faults.maskedStorageSystem =
-        std::make_unique<MaskedStorageSystem>(m_inner->GetStorageSystem(), m_faults.maskedCapabilities);
+    m_faults.maskedStorageSystem.reset(
+        new MaskedStorageSystem(m_inner->GetStorageSystem(), m_faults.maskedCapabilities));
   }
   return m_faults.maskedStorageSystem.get();
 }

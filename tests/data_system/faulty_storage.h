@@ -27,7 +27,7 @@ struct StorageFaults {
   int readFailuresLeft = 0;
   // Capability bits taken away from what the storage system says, and the stand-in that says so.
   std::uint32_t maskedCapabilities = 0;
-  std::unique_ptr<StorageSystem::IStorageSystem> maskedStorageSystem;
+  std::unique_ptr<StorageSystem::IStorageSystem, Common::BoundaryObjectDeleter> maskedStorageSystem;
   // How often each value name was opened and read.
   std::map<std::u16string, int> opens;
   std::map<std::u16string, int> reads;

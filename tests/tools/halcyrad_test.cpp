@@ -166,7 +166,7 @@ TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateBssModeNameHardwareIdAndMarker
                  "\"USB\\\\VID_1B3F&PID_2008&MI_00\\\\7&1F2E3D4C&0&0000\" +markers: \"Quillon\\.Halcyra3\" - -")))
       << run.output;
   EXPECT_TRUE(std::regex_search(run.output, std::regex("\\{0\\.0\\.1\\.00000000\\}\\.\\{0B5C3C8E-6A0B-4B52-9D3E-"
-                                                       "1F8A5A0C7D02\\} +capture +active +0 +"
+                                                       "1F8A5A0C7D02\\} +capture +disabled +0 +"
                                                        "\"Halcyra Virtual Microphone\" +\"ROOT\\\\QuillonHL3Vad")))
       << run.output;
   std::size_t lines = 0;
