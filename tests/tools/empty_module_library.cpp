@@ -1,5 +1,5 @@
 // A module library whose table is empty, as a daemon host may meet one.
-#include "module_host/exports.h"
+#include "library/exports.h"
 #include "module_host/module_table.h"
 
 namespace {

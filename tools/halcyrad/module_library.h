@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "module_host/exports.h"
+#include "library/exports.h"
 #include "platform/types.h"
 
 class ModuleLibrary {

@@ -1,5 +1,5 @@
 // The exports over the library's module table, built at the first call that needs it.
-#include "module_host/exports.h"
+#include "library/exports.h"
 
 #include <cstdio>
 

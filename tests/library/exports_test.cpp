@@ -1,5 +1,5 @@
 // The library's exports, called through the real library as the daemon loads it.
-#include "module_host/exports.h"
+#include "library/exports.h"
 
 #include <gtest/gtest.h>
 
