@@ -1,0 +1,4 @@
+// Includes the layer below: allowed.
+#pragma once
+
+#include "low/below.h"

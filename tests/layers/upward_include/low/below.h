@@ -1,0 +1,2 @@
+// Includes nothing of the tree.
+#pragma once

@@ -1,0 +1,5 @@
+// Includes the layer above: the one include that the check must report.
+#pragma once
+
+#include "high/above.h"
+#include "low/below.h"
