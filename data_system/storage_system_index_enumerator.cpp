@@ -6,9 +6,9 @@
 #include "data_system/interface_ids.h"
 #include "data_system/storage_system_item_delegate.h"
 #include "foundation/format.h"
-#include "foundation/interface_ids.h"
 #include "foundation/scan.h"
 #include "storage_system/enum_items.h"
+#include "storage_system/interface_ids.h"
 
 namespace DataSystem {
 

@@ -9,6 +9,7 @@
 #include "foundation/boundary_object.h"
 #include "foundation/error.h"
 #include "foundation/extensible.h"
+#include "module_host/interface_ids.h"
 
 namespace Daemon {
 

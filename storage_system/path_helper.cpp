@@ -3,8 +3,8 @@
 #include <exception>
 #include <vector>
 
-#include "foundation/interface_ids.h"
 #include "platform/utf.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_system.h"
 
 namespace StorageSystem {

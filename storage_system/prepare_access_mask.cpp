@@ -1,6 +1,6 @@
 #include "storage_system/prepare_access_mask.h"
 
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_flags.h"
 #include "storage_system/storage_system.h"
 

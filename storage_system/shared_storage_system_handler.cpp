@@ -2,8 +2,8 @@
 
 #include <exception>
 
-#include "foundation/interface_ids.h"
 #include "foundation/log.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/product_storage_system.h"
 
 namespace ProductStorageSystem {

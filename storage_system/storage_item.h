@@ -5,6 +5,7 @@
 
 #include "foundation/error.h"
 #include "foundation/extensible.h"
+#include "storage_system/interface_ids.h"
 
 namespace StorageSystem {
 

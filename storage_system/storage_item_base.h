@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "foundation/extensible.h"
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/path_helper.h"
 #include "storage_system/storage_item.h"
 

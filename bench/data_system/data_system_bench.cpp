@@ -32,12 +32,12 @@
 #include "data_system/store_model.h"
 #include "data_system/value_item.h"
 #include "data_system/value_model.h"
-#include "foundation/interface_ids.h"
 #include "bench/support/latency_samples.h"
 #include "platform/environment.h"
 #include "platform/registry.h"
 #include "platform/utf.h"
 #include "storage_system/heap_allocator.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/registry/storage_system.h"
 
 using namespace DataSystem;

@@ -1,6 +1,6 @@
 #include "storage_system/registry/create_value.h"
 
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_system.h"
 #include "storage_system/registry/built_in_casters.h"
 #include "storage_system/registry/compound_value.h"

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "foundation/extensible.h"
-#include "foundation/interface_ids.h"
 #include "storage_system/enum_items.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/registry/registry_value_enum_item.h"
 
 namespace StorageSystem::Registry {

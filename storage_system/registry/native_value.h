@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_item_base.h"
 #include "storage_system/store.h"
 #include "storage_system/registry/native_type_table.h"

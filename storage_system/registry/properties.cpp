@@ -3,9 +3,9 @@
 #include <cstdint>
 
 #include "foundation/format.h"
-#include "foundation/interface_ids.h"
 #include "platform/utf.h"
 #include "storage_system/heap_allocator.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_flags.h"
 #include "storage_system/registry/built_in_casters.h"
 #include "storage_system/registry/enum_item_objects.h"

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "foundation/extensible.h"
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/serializer.h"
 
 namespace StorageSystem {

@@ -4,8 +4,8 @@
 #include <new>
 
 #include "foundation/auto_release.h"
-#include "foundation/interface_ids.h"
 #include "foundation/log.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_flags.h"
 #include "storage_system/storage_system.h"
 #include "storage_system/registry/create_value.h"

@@ -3,7 +3,7 @@
 #include "data_system/access_flags.h"
 #include "data_system/index_table.h"
 #include "data_system/interface_ids.h"
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "tests/platform/registry/registry_sandbox.h"
 
 namespace Testing {

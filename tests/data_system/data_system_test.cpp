@@ -5,7 +5,7 @@
 
 #include "data_system/access_flags.h"
 #include "data_system/interface_ids.h"
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "tests/data_system/data_system_fixture.h"
 
 namespace Testing {

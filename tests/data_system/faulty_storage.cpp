@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_system.h"
 
 template <>

@@ -6,7 +6,7 @@
 #include "data_system/index_table.h"
 #include "data_system/interface_ids.h"
 #include "data_system/storage_system_index_enumerator.h"
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_flags.h"
 #include "tests/data_system/data_system_fixture.h"
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "foundation/extensible.h"
-#include "foundation/interface_ids.h"
 #include "storage_system/heap_allocator.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/storage_system.h"
 
 template <>

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/interface_ids.h"
+#include "storage_system/interface_ids.h"
 #include "storage_system/registry/registry_properties.h"
 #include "storage_system/storage_flags.h"
 #include "tests/storage_system/product_storage_fixture.h"
