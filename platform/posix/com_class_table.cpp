@@ -1,5 +1,5 @@
 // Object creation on Linux: the process class tables are all there is.
-#include "platform/process_class_table.h"
+#include "platform/detail/process_class_table.h"
 
 namespace Platform {
 

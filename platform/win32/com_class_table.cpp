@@ -1,6 +1,6 @@
 // Object creation on Windows: the process class tables first, so that tests and the simulated audio
 // system can stand in for system components, then the system's COM runtime.
-#include "platform/process_class_table.h"
+#include "platform/detail/process_class_table.h"
 #include "platform/win32/windows_api.h"
 
 namespace Platform {
