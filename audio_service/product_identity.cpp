@@ -18,7 +18,7 @@ constexpr const char16_t* kCohabitationKey = u"SOFTWARE\\Velorin";
 constexpr const char16_t* kCohabitationValue = u"ProductCohabitation";
 constexpr const char16_t* kAppIsReadyValue = u"AppIsReady";
 // Read in the 64-bit view of the registry.
-constexpr REGSAM kReadAccess = 0x20119;
+constexpr REGSAM kReadAccess = Platform::kKeyRead64;
 constexpr const char16_t* kDefaultProductName = u"VelorinV3";
 
 // Bits of the data system's flag word that choose the storage.

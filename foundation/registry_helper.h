@@ -9,8 +9,8 @@ namespace Win32Helper {
 
 class RegistryHelper {
 public:
-  // Read, write, create subkeys, enumerate subkeys and read control, in the 64-bit view (0x2011F).
-  static constexpr Platform::REGSAM kReadWriteAccess = 131359;
+  // Read, write, create subkeys, enumerate subkeys and read control, in the 64-bit view.
+  static constexpr Platform::REGSAM kReadWriteAccess = Platform::kKeyReadWrite64;
 
   // Opens `subKey` below `root` for reading and writing into `result`, which the caller closes.
   // True when the key opened. A key that is missing or deleted gives false silently; any other

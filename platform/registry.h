@@ -65,6 +65,12 @@ constexpr REGSAM KEY_READ = 0x20019;
 constexpr REGSAM KEY_WRITE = 0x20006;
 constexpr REGSAM KEY_EXECUTE = 0x20019;
 constexpr REGSAM KEY_ALL_ACCESS = 0xF003F;
+// The combinations this system asks for, named here rather than written as numbers where they are
+// used. They are ours, not names of the Windows headers; the 64 ones open the 64-bit view.
+constexpr REGSAM kKeyReadWrite = KEY_READ | KEY_WRITE;                         // 0x2001F
+constexpr REGSAM kKeyRead64 = KEY_READ | KEY_WOW64_64KEY;                      // 0x20119
+constexpr REGSAM kKeyWrite64 = KEY_WRITE | KEY_WOW64_64KEY;                    // 0x20106
+constexpr REGSAM kKeyReadWrite64 = KEY_READ | KEY_WRITE | KEY_WOW64_64KEY;     // 0x2011F (131359)
 constexpr REGSAM MAXIMUM_ALLOWED = 0x02000000;
 constexpr REGSAM GENERIC_ALL = 0x10000000;
 constexpr REGSAM GENERIC_EXECUTE = 0x20000000;

@@ -22,10 +22,10 @@ namespace {
 Platform::REGSAM AccessMaskFor(std::uint32_t flags) {
   const bool read = (flags & SF_READ) != 0;
   const bool write = (flags & SF_WRITE) != 0;
-  if (read && write) return 0x2011F;
-  if (write) return 0x20106;
-  if (read) return 0x20119;
-  return 0x100;
+  if (read && write) return Platform::kKeyReadWrite64;
+  if (write) return Platform::kKeyWrite64;
+  if (read) return Platform::kKeyRead64;
+  return Platform::KEY_WOW64_64KEY;
 }
 
 // Records whether an enumeration offered anything, and stops it at the first item.
