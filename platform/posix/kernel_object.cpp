@@ -4,6 +4,7 @@
 #include <shared_mutex>
 #include <unordered_map>
 
+#include "platform/no_destructor.h"
 #include "platform/system_error.h"
 
 namespace Platform::Posix {
@@ -45,7 +46,7 @@ private:
 // Pool threads may still look handles up while the process runs its static destructors, so the
 // table is made once and never destroyed.
 HandleTable& Table() {
-  static HandleTable* table = new HandleTable;
+  static NoDestructor<HandleTable> table;
   return *table;
 }
 

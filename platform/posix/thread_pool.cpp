@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/no_destructor.h"
 #include "platform/posix/event.h"
 #include "platform/posix/kernel_object.h"
 #include "platform/synchronization.h"
@@ -108,7 +109,7 @@ thread_local const PoolObject* t_runningObject = nullptr;
 class ThreadPool final : public Posix::SignalObserver {
 public:
   static ThreadPool& Instance() {
-    static ThreadPool* pool = new ThreadPool;
+    static NoDestructor<ThreadPool> pool;
     return *pool;
   }
 
@@ -208,6 +209,7 @@ public:
   }
 
 private:
+  friend class NoDestructor<ThreadPool>;
   ThreadPool() = default;
 
   // Starts the dispatcher on first need. Throws std::system_error if no thread can be made.

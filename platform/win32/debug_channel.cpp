@@ -4,6 +4,7 @@
 
 #include <mutex>
 
+#include "platform/no_destructor.h"
 #include "platform/utf.h"
 #include "platform/win32/windows_api.h"
 
@@ -18,7 +19,7 @@ struct HookState {
 
 HookState& Hook() {
   // Never destroyed: lines may be written by static destructors that run after this one would.
-  static HookState* state = new HookState;
+  static NoDestructor<HookState> state;
   return *state;
 }
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <memory>
 
+#include "platform/no_destructor.h"
 #include "platform/registry.h"
 
 namespace Platform::Posix {
@@ -38,7 +39,7 @@ private:
 };
 
 const UpperCaseTable& Table() {
-  static const UpperCaseTable* table = new UpperCaseTable;
+  static NoDestructor<UpperCaseTable> table;
   return *table;
 }
 
