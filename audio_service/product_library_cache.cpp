@@ -61,7 +61,7 @@ std::u16string CProductLibraryCache::FindAbove(const char16_t* name) {
 HMODULE CProductLibraryCache::Load(const char16_t* name) {
   const std::u16string path = FindAbove(name);
   if (path.empty()) return nullptr;
-  EnterCriticalSection(&m_lock);
+  CriticalSectionGuard guard(&m_lock);
   HMODULE library = nullptr;
   try {
     if (auto found = m_libraries.find(path); found != m_libraries.end()) {
@@ -73,6 +73,5 @@ HMODULE CProductLibraryCache::Load(const char16_t* name) {
   } catch (const std::exception& e) {
     static_cast<void>(RaiseStlException("CProductLibraryCache::Load", e.what()));
   }
-  LeaveCriticalSection(&m_lock);
   return library;
 }

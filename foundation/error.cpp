@@ -62,14 +62,6 @@ void TrimTrailingLineBreaks(char16_t* line) {
   }
 }
 
-class LogLockScope {
-public:
-  LogLockScope() { LogLock(); }
-  ~LogLockScope() { LogUnlock(); }
-  LogLockScope(const LogLockScope&) = delete;
-  LogLockScope& operator=(const LogLockScope&) = delete;
-};
-
 }  // namespace
 
 const char16_t* GetErrorText(ErrorCode code) {
@@ -80,7 +72,7 @@ const char16_t* GetErrorText(ErrorCode code) {
 }
 
 ErrorCode RaiseError(const char* functionName, ErrorCode code, const char16_t* format, ...) {
-  LogLockScope lock;
+  LogLockGuard lock;
   if (format != nullptr) {
     va_list arguments;
     va_start(arguments, format);
@@ -100,7 +92,7 @@ ErrorCode RaiseError(const char* functionName, ErrorCode code, const char16_t* f
 }
 
 ErrorCode RaiseSystemError(const char* functionName, Platform::DWORD systemError, const char* apiName) {
-  LogLockScope lock;
+  LogLockGuard lock;
   const char16_t* text = systemTextBuffer;
   if (Platform::FormatMessageW(Platform::FORMAT_MESSAGE_FROM_SYSTEM | Platform::FORMAT_MESSAGE_IGNORE_INSERTS,
                                nullptr, systemError, 1024, systemTextBuffer, kSystemTextCapacity, nullptr) == 0) {

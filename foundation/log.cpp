@@ -53,14 +53,6 @@ Platform::CRITICAL_SECTION& LockObject() {
   return lock->section;
 }
 
-class LockScope {
-public:
-  LockScope() { LogLock(); }
-  ~LockScope() { LogUnlock(); }
-  LockScope(const LockScope&) = delete;
-  LockScope& operator=(const LockScope&) = delete;
-};
-
 // Local time and its 24-character text ("Sat Nov 21 08:10:05 2026"), read under the log lock since
 // the C library keeps both in static storage.
 struct TimeStamp {
@@ -69,7 +61,7 @@ struct TimeStamp {
 };
 
 TimeStamp ReadTimeStamp() {
-  LockScope lock;
+  LogLockGuard lock;
   TimeStamp stamp;
   std::time_t now = std::time(nullptr);
   if (const std::tm* broken = std::localtime(&now)) {
@@ -89,7 +81,7 @@ void WriteFileLine(std::FILE* file, const char* message) {
 }
 
 void LogState::Shutdown() {
-  LockScope lock;
+  LogLockGuard lock;
   if (logFile != nullptr) {
     TimeStamp stamp = ReadTimeStamp();
     std::fputs("--------------------------------------------------------------------------------\n", logFile);
@@ -162,12 +154,12 @@ struct NarrowLog {
 
 template <class Log>
 void WriteLog(int level, const char* tag, const typename Log::Char* format, va_list arguments) {
-  LockScope lock;
+  LogLockGuard lock;
   LogState& state = State();
   if (state.level < level || format == nullptr) return;
   Log::Format(Log::Message(), format, arguments);
   {
-    LockScope debuggerLock;
+    LogLockGuard debuggerLock;
     if (state.level != 0) {
       Log::FormatLine(Log::DebuggerLine(), Log::Message());
       Log::DebuggerLine()[kBufferCapacity - 1] = 0;
@@ -175,7 +167,7 @@ void WriteLog(int level, const char* tag, const typename Log::Char* format, va_l
     }
   }
   {
-    LockScope fileLock;
+    LogLockGuard fileLock;
     if (state.level != 0 && state.logFile != nullptr) WriteFileLine(state.logFile, Log::FileText(Log::Message()));
   }
   if (state.sink != nullptr) Log::Sink(state.sink, Log::Message(), tag);
@@ -198,7 +190,7 @@ void LogWriteA(int level, const char* tag, const char* format, ...) {
 }
 
 void LogWriteDebugDirect(const char16_t* line) {
-  LockScope lock;
+  LogLockGuard lock;
   FormatBounded(debuggerBufferW, kBufferCapacity, u"%s\n", line);
   debuggerBufferW[kBufferCapacity - 1] = 0;
   Platform::OutputDebugStringW(debuggerBufferW);
@@ -234,12 +226,12 @@ void LogSetLevel(int level) { State().level = level; }
 int LogGetLevel() { return State().level; }
 
 void LogSetFile(std::FILE* file) {
-  LockScope lock;
+  LogLockGuard lock;
   State().logFile = file;
 }
 
 void LogSetSink(ILogSink* sink) {
-  LockScope lock;
+  LogLockGuard lock;
   State().sink = sink;
 }
 

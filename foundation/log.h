@@ -60,3 +60,12 @@ extern unsigned char logLockEnabled;
 // The log lock, re-entrant, taken only while logLockEnabled is set. The error reporter nests it.
 void LogLock();
 void LogUnlock();
+
+// Holds the log lock (when enabled) for the life of the scope.
+class LogLockGuard {
+public:
+  LogLockGuard() { LogLock(); }
+  ~LogLockGuard() { LogUnlock(); }
+  LogLockGuard(const LogLockGuard&) = delete;
+  LogLockGuard& operator=(const LogLockGuard&) = delete;
+};

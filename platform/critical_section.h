@@ -19,4 +19,16 @@ void EnterCriticalSection(CRITICAL_SECTION* section);
 BOOL TryEnterCriticalSection(CRITICAL_SECTION* section);
 void LeaveCriticalSection(CRITICAL_SECTION* section);
 
+// Holds `section` for the life of the scope. The section must outlive the guard.
+class CriticalSectionGuard {
+public:
+  explicit CriticalSectionGuard(CRITICAL_SECTION* section) : m_section(section) { EnterCriticalSection(m_section); }
+  ~CriticalSectionGuard() { LeaveCriticalSection(m_section); }
+  CriticalSectionGuard(const CriticalSectionGuard&) = delete;
+  CriticalSectionGuard& operator=(const CriticalSectionGuard&) = delete;
+
+private:
+  CRITICAL_SECTION* m_section;
+};
+
 }  // namespace Platform

@@ -5,6 +5,10 @@
 
 namespace StorageSystem {
 
+// Says that the caller already holds the lock (taken by TryLock) and hands it to the guard.
+struct SAdoptLock {};
+inline constexpr SAdoptLock kAdoptLock{};
+
 // Takes `lock` for the life of the scope. A null lock guards nothing: the data system hands one in
 // before its tree is initialised, when no other thread can reach it yet.
 class CLockGuard {
@@ -12,6 +16,8 @@ public:
   explicit CLockGuard(ILock* lock) : m_lock(lock) {
     if (m_lock != nullptr) m_lock->Lock();
   }
+  // Releases on leaving the scope a lock that the caller has taken.
+  CLockGuard(ILock* lock, SAdoptLock) : m_lock(lock) {}
   ~CLockGuard() {
     if (m_lock != nullptr) m_lock->Unlock();
   }

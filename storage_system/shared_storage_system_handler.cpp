@@ -8,24 +8,6 @@
 
 namespace ProductStorageSystem {
 
-namespace {
-
-// Holds the handler's critical section for a scope.
-class SectionGuard {
-public:
-  explicit SectionGuard(Platform::CRITICAL_SECTION* section) : m_section(section) {
-    Platform::EnterCriticalSection(m_section);
-  }
-  ~SectionGuard() { Platform::LeaveCriticalSection(m_section); }
-  SectionGuard(const SectionGuard&) = delete;
-  SectionGuard& operator=(const SectionGuard&) = delete;
-
-private:
-  Platform::CRITICAL_SECTION* m_section;
-};
-
-}  // namespace
-
 CSharedStorageSystemHandler::CSharedStorageSystemHandler() {
   Platform::InitializeCriticalSectionAndSpinCount(&m_lock, 0);
 }
@@ -50,7 +32,7 @@ bool CSharedStorageSystemHandler::Matches(const Record& record, std::int32_t roo
 }
 
 void CSharedStorageSystemHandler::OnFinalRelease(Common::IExtensible* storageSystem) {
-  SectionGuard guard(&m_lock);
+  Platform::CriticalSectionGuard guard(&m_lock);
   auto* key =
       static_cast<StorageSystem::IStorageSystem*>(storageSystem->GetInterface(&StorageSystem::IID_IStorageSystem));
   LogWrite(LogLevelInfo, kLogTag, u"Final release on the product StorageSystem, resetting shared pointer");
@@ -60,7 +42,7 @@ void CSharedStorageSystemHandler::OnFinalRelease(Common::IExtensible* storageSys
 ErrorCode CSharedStorageSystemHandler::QueryStorageSystem(std::int32_t rootSelector, std::uint32_t flags,
                                                           const DataSystem::ProductDesc& desc,
                                                           StorageSystem::IStorageSystem** result) {
-  SectionGuard guard(&m_lock);
+  Platform::CriticalSectionGuard guard(&m_lock);
   for (const auto& [storageSystem, record] : m_storageSystems) {
     if (Matches(record, rootSelector, flags, desc)) {
       // A storage system whose count has reached 0 stays here until its final release has run;
@@ -94,7 +76,7 @@ ErrorCode CSharedStorageSystemHandler::QueryStorageSystem(std::int32_t rootSelec
 }
 
 std::size_t CSharedStorageSystemHandler::GetEntryCount() {
-  SectionGuard guard(&m_lock);
+  Platform::CriticalSectionGuard guard(&m_lock);
   return m_storageSystems.size();
 }
 

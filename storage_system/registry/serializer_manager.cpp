@@ -8,23 +8,6 @@
 
 namespace StorageSystem {
 
-namespace {
-
-class SectionScope {
-public:
-  explicit SectionScope(Platform::CRITICAL_SECTION* section) : m_section(section) {
-    Platform::EnterCriticalSection(m_section);
-  }
-  ~SectionScope() { Platform::LeaveCriticalSection(m_section); }
-  SectionScope(const SectionScope&) = delete;
-  SectionScope& operator=(const SectionScope&) = delete;
-
-private:
-  Platform::CRITICAL_SECTION* m_section;
-};
-
-}  // namespace
-
 CSerializerManager& CSerializerManager::Get() {
   static CSerializerManager manager;
   return manager;
@@ -41,7 +24,7 @@ CSerializerManager::~CSerializerManager() { Platform::DeleteCriticalSection(&m_s
 
 ErrorCode CSerializerManager::RegisterSerializer(ISerializer* serializer) {
   static constexpr const char* kName = "StorageSystem::CSerializerManager::RegisterSerializer";
-  SectionScope scope(&m_section);
+  Platform::CriticalSectionGuard scope(&m_section);
   if (std::find(m_serializers.begin(), m_serializers.end(), serializer) != m_serializers.end()) {
     return RaiseError(kName, ErrorAlreadyExists, nullptr);
   }
@@ -55,7 +38,7 @@ ErrorCode CSerializerManager::RegisterSerializer(ISerializer* serializer) {
 
 ISerializer* CSerializerManager::FindSerializer(const ITypeDescription* type, bool* exact) {
   const ITypeDescription* decayed = type->GetDecayedType();
-  SectionScope scope(&m_section);
+  Platform::CriticalSectionGuard scope(&m_section);
   ISerializer* candidate = nullptr;
   bool candidateExact = false;
   for (auto serializer = m_serializers.rbegin(); serializer != m_serializers.rend(); ++serializer) {

@@ -8,6 +8,7 @@
 #include "platform/synchronization.h"
 #include "platform/system_error.h"
 #include "platform/thread_pool.h"
+#include "storage_system/lock_guard.h"
 #include "storage_system/registry/store_delegate.h"
 
 namespace StorageSystem::Registry {
@@ -52,8 +53,7 @@ void DeleteTimerQueueTimerSafe(Platform::HANDLE timer, Platform::HANDLE completi
 }  // namespace
 
 ErrorCode CStoreDelegate::RegisterMonitor(IStoreMonitor* monitor) {
-  ILock* lock = Lock();
-  lock->Lock();
+  CLockGuard guard(Lock());
   const bool first = m_monitors.empty();
   ErrorCode code = QueueMonitor(monitor);
   if (code == ErrorNone && first) {
@@ -66,21 +66,15 @@ ErrorCode CStoreDelegate::RegisterMonitor(IStoreMonitor* monitor) {
     if (code != ErrorNone) static_cast<void>(UnqueueMonitor(monitor));
   }
   if (code == ErrorNone) ++m_monitorCount;
-  lock->Unlock();
   return code;
 }
 
 ErrorCode CStoreDelegate::UnregisterMonitor(IStoreMonitor* monitor) {
-  ILock* lock = Lock();
-  lock->Lock();
-  if (ErrorCode code = UnqueueMonitor(monitor); code != ErrorNone) {
-    lock->Unlock();
-    return code;
-  }
+  CLockGuard guard(Lock());
+  if (ErrorCode code = UnqueueMonitor(monitor); code != ErrorNone) return code;
   --m_monitorCount;
   // With the lock held: a handler waiting for it sees the count of 0 and leaves.
   if (m_monitors.empty()) UnregisterWaitSafe();
-  lock->Unlock();
   return ErrorNone;
 }
 
@@ -197,8 +191,10 @@ void CStoreDelegate::HandleEvent() {
     }
     Platform::Sleep(1);
   }
-  for (std::size_t i = 0; i < m_monitors.size(); ++i) m_monitors[i]->OnStoreChange(0);
-  lock->Unlock();
+  {
+    CLockGuard guard(lock, kAdoptLock);
+    for (std::size_t i = 0; i < m_monitors.size(); ++i) m_monitors[i]->OnStoreChange(0);
+  }
   --m_eventsInProgress;
 }
 
