@@ -3,6 +3,7 @@
 #include <cwctype>
 #include <string>
 
+#include "platform/com_ptr.h"
 #include "platform/core_audio.h"
 #include "platform/registry.h"
 
@@ -28,15 +29,14 @@ void WriteDefaultNoiseReduction(HKEY key, DWORD value) {
 
 // Sets one parameter; reports and returns the failure. `set` is borrowed.
 ErrorCode SetParameter(IAudioParameterSet* set, DWORD number) {
-  IAudioParameter* parameter = nullptr;
-  if (FAILED(set->GetParameter(number, &parameter))) {
+  ComPtr<IAudioParameter> parameter;
+  if (FAILED(set->GetParameter(number, parameter.Put()))) {
     return RaiseError(kSetNoiseReductionRegistry, ErrorCannotOpen, nullptr);
   }
-  ErrorCode code = ErrorNone;
-  if (FAILED(parameter->SetValue(kParameterOn)))
-    code = RaiseError(kSetNoiseReductionRegistry, ErrorCannotWrite, nullptr);
-  parameter->Release();
-  return code;
+  if (FAILED(parameter->SetValue(kParameterOn))) {
+    return RaiseError(kSetNoiseReductionRegistry, ErrorCannotWrite, nullptr);
+  }
+  return ErrorNone;
 }
 
 // Whether the hardware id of `device` names the noise-reduction hardware, in any case. The store
@@ -76,21 +76,18 @@ void ApplyDefaultNoiseReduction() {
   // Deliberately kept: when the key cannot be opened the search runs without a CoInitialize of its
   // own, and the CoUninitialize calls below then undo one that somebody else made on this thread.
 
-  void* object = nullptr;
-  if (FAILED(
-          CoCreateInstance(CLSID_AudioProcessingManager, nullptr, CLSCTX_ALL, IID_IAudioProcessingManager, &object))) {
+  ComPtr<IAudioProcessingManager> manager;
+  if (FAILED(CoCreateInstance(CLSID_AudioProcessingManager, nullptr, CLSCTX_ALL, IID_IAudioProcessingManager,
+                              manager.PutVoid()))) {
     CoUninitialize();
     return;
   }
-  auto* manager = static_cast<IAudioProcessingManager*>(object);
-  object = nullptr;
+  ComPtr<IMMDeviceEnumerator> enumerator;
   if (FAILED(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator,
-                              &object))) {
+                              enumerator.PutVoid()))) {
     // Deliberately kept: this way out leaves without CoUninitialize.
-    manager->Release();
     return;
   }
-  auto* enumerator = static_cast<IMMDeviceEnumerator*>(object);
 
   // Deliberately kept: neither result is tested, and the collection, the devices and their stores
   // are not released; they stay until the process ends.
@@ -104,20 +101,23 @@ void ApplyDefaultNoiseReduction() {
     if (FAILED(collection->Item(index, &device)) || device == nullptr) continue;
     if (IsNoiseReductionDevice(device)) {
       // The endpoint counts as matched whatever the service answered.
-      static_cast<void>(SetNoiseReductionRegistry(manager));
+      static_cast<void>(SetNoiseReductionRegistry(manager.Get()));
       matched = true;
     }
   }
+  // The apartment is left before the two references are released.
   CoUninitialize();
-  enumerator->Release();
-  manager->Release();
+  enumerator.Reset();
+  manager.Reset();
 }
 
 ErrorCode SetNoiseReductionRegistry(IAudioProcessingManager* manager) {
-  IAudioParameterSet* set = nullptr;
-  if (FAILED(manager->GetParameterSet(&set))) return RaiseError(kSetNoiseReductionRegistry, ErrorCannotOpen, nullptr);
-  ErrorCode code = SetParameter(set, kNoiseSuppressionParameter);
-  if (code == ErrorNone) code = SetParameter(set, kNoiseReductionParameter);
+  ComPtr<IAudioParameterSet> set;
+  if (FAILED(manager->GetParameterSet(set.Put()))) {
+    return RaiseError(kSetNoiseReductionRegistry, ErrorCannotOpen, nullptr);
+  }
+  ErrorCode code = SetParameter(set.Get(), kNoiseSuppressionParameter);
+  if (code == ErrorNone) code = SetParameter(set.Get(), kNoiseReductionParameter);
   if (code == ErrorNone) {
     HKEY key = nullptr;
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kProductKey, 0, kReadWriteAccess, &key) == ERROR_SUCCESS) {
@@ -125,6 +125,5 @@ ErrorCode SetNoiseReductionRegistry(IAudioProcessingManager* manager) {
       RegCloseKey(key);
     }
   }
-  set->Release();
   return code;
 }

@@ -9,6 +9,7 @@
 #include "data_system/flags.h"
 #include "data_system/friendly_storage.h"
 #include "foundation/format.h"
+#include "platform/com_ptr.h"
 
 namespace DeviceRouting {
 
@@ -71,11 +72,11 @@ ErrorCode CreateDeviceRoutingDataSystem(IDataSystem** out, std::uint32_t flags, 
   try {
     const ProductDesc resolved = ResolveProductDesc(std::move(desc));
     flags = ApplyFriendlyStorage(flags);
-    StorageSystem::IStorageSystem* storage = nullptr;
-    if (ErrorCode status = OpenProductStorage(&storage, flags, attributes, resolved); status != ErrorNone) return status;
-    ErrorCode status = BuildDeviceRoutingDataSystem(storage, out, flags & ~kOpeningFlags, finalReleaseHandler);
-    storage->Release();
-    return status;
+    Platform::ComPtr<StorageSystem::IStorageSystem> storage;
+    if (ErrorCode status = OpenProductStorage(storage.Put(), flags, attributes, resolved); status != ErrorNone) {
+      return status;
+    }
+    return BuildDeviceRoutingDataSystem(storage.Get(), out, flags & ~kOpeningFlags, finalReleaseHandler);
   } catch (const std::exception& e) {
     return RaiseStlException("DeviceRouting::CreateDeviceRoutingDataSystem", e.what());
   }
@@ -91,13 +92,13 @@ ErrorCode BuildDeviceRoutingDataSystem(StorageSystem::IStorageSystem* storage, I
   } else if (ErrorCode status = model.GetGuid()->ToString(path, 256); status != ErrorNone) {
     return status;
   }
-  StorageSystem::IStore* store = nullptr;
-  if (ErrorCode status = storage->OpenStore(path, &store, AccessFromFlags(&model, flags)); status != ErrorNone) {
+  Platform::ComPtr<StorageSystem::IStore> store;
+  if (ErrorCode status = storage->OpenStore(path, store.Put(), AccessFromFlags(&model, flags)); status != ErrorNone) {
     return status;
   }
-  auto* object = new (std::nothrow) CDeviceRoutingDataSystem(flags, store, finalReleaseHandler);
+  auto* object = new (std::nothrow) CDeviceRoutingDataSystem(flags, store.Get(), finalReleaseHandler);
   // The object holds a reference of its own from here on.
-  store->Release();
+  store.Reset();
   if (object == nullptr) return ErrorOutOfMemory;
   return CDataSystem::Open(object, out);
 }

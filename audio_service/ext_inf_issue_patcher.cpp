@@ -8,6 +8,7 @@
 #include "foundation/error.h"
 #include "foundation/log.h"
 #include "foundation/result_check.h"
+#include "platform/com_ptr.h"
 #include "platform/core_audio.h"
 #include "platform/policy_config.h"
 
@@ -71,13 +72,14 @@ bool EqualsIgnoringCase(const char16_t* a, const std::u16string& b) {
   return a[i] == 0 && i == b.size();
 }
 
-// A new policy configuration client for each call, as the system's is used.
-IPolicyConfig* CreatePolicyConfig() {
-  void* policy = nullptr;
-  if (FAILED(CoCreateInstance(CLSID_PolicyConfigClient, nullptr, CLSCTX_ALL, IID_IPolicyConfig, &policy))) {
-    return nullptr;
+// A new policy configuration client for each call, as the system's is used; null when none can be
+// made.
+ComPtr<IPolicyConfig> CreatePolicyConfig() {
+  ComPtr<IPolicyConfig> policy;
+  if (FAILED(CoCreateInstance(CLSID_PolicyConfigClient, nullptr, CLSCTX_ALL, IID_IPolicyConfig, policy.PutVoid()))) {
+    policy.Reset();
   }
-  return static_cast<IPolicyConfig*>(policy);
+  return policy;
 }
 
 // Reads `key` of the device's effects store through the policy configuration client.
@@ -87,9 +89,8 @@ HRESULT ReadEffectProperty(IMMDevice* device, const PROPERTYKEY& key, PROPVARIAN
   if (FAILED(result)) return result;
   result = E_POINTER;
   if (id != nullptr) {
-    if (IPolicyConfig* policy = CreatePolicyConfig()) {
+    if (ComPtr<IPolicyConfig> policy = CreatePolicyConfig()) {
       result = policy->GetPropertyValue(id, TRUE, key, &value);
-      policy->Release();
     } else {
       result = E_FAIL;
     }
@@ -129,10 +130,9 @@ bool HoldsProductEffect(IMMDevice* device, std::vector<PROPERTYKEY> effectKeys, 
 // Reads `key` of the device's own endpoint store; a failure leaves the value empty.
 PROPVARIANT ReadEndpointProperty(IMMDevice* device, const PROPERTYKEY& key) {
   PROPVARIANT value{};
-  IPropertyStore* store = nullptr;
-  if (SUCCEEDED(device->OpenPropertyStore(STGM_READ, &store)) && store != nullptr) {
+  ComPtr<IPropertyStore> store;
+  if (SUCCEEDED(device->OpenPropertyStore(STGM_READ, store.Put())) && store) {
     if (FAILED(store->GetValue(key, &value))) value = PROPVARIANT{};
-    store->Release();
   }
   return value;
 }
@@ -167,9 +167,8 @@ void RepairDevice(IMMDevice* device, const std::vector<SupportedDeviceProperty>&
     value = MarkerValue(marker);
     LPWSTR id = nullptr;
     if (SUCCEEDED(device->GetId(&id)) && id != nullptr) {
-      if (IPolicyConfig* policy = CreatePolicyConfig()) {
+      if (ComPtr<IPolicyConfig> policy = CreatePolicyConfig()) {
         static_cast<void>(policy->SetPropertyValue(id, FALSE, marker.key, &value));
-        policy->Release();
       }
     }
     CoTaskMemFree(id);
@@ -178,43 +177,25 @@ void RepairDevice(IMMDevice* device, const std::vector<SupportedDeviceProperty>&
   }
 }
 
-// Releases what the walk holds and leaves its COM apartment, on every way out of the walk.
-class WalkResources {
-public:
-  WalkResources() : m_comInit(CoInitialize(nullptr)) {}
-  ~WalkResources() {
-    if (m_collection != nullptr) m_collection->Release();
-    if (m_enumerator != nullptr) m_enumerator->Release();
-    if (SUCCEEDED(m_comInit)) CoUninitialize();
-  }
-  WalkResources(const WalkResources&) = delete;
-  WalkResources& operator=(const WalkResources&) = delete;
-
-  IMMDeviceEnumerator* m_enumerator = nullptr;
-  IMMDeviceCollection* m_collection = nullptr;
-
-private:
-  HRESULT m_comInit;
-};
-
 // Calls `callback` with each endpoint, in index order, whose effects hold a product CLSID. Throws
 // a wil::ResultException when the enumerator, the collection or its count cannot be had.
 void WalkSupportedDevices(const Configuration& configuration, const std::function<void(IMMDevice*)>& callback) {
-  WalkResources walk;
-  void* enumerator = nullptr;
+  // Declared first: every reference below is released before the apartment is left, on every
+  // way out of the walk.
+  ComInitializeScope apartment;
+  ComPtr<IMMDeviceEnumerator> enumerator;
   wil::ThrowIfFailed(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER,
-                                      IID_IMMDeviceEnumerator, &enumerator),
+                                      IID_IMMDeviceEnumerator, enumerator.PutVoid()),
                      kSource, kCreateEnumeratorLine);
-  walk.m_enumerator = static_cast<IMMDeviceEnumerator*>(enumerator);
-  wil::ThrowIfFailed(walk.m_enumerator->EnumAudioEndpoints(eAll, kWalkedStates, &walk.m_collection), kSource,
+  ComPtr<IMMDeviceCollection> collection;
+  wil::ThrowIfFailed(enumerator->EnumAudioEndpoints(eAll, kWalkedStates, collection.Put()), kSource,
                      kEnumAudioEndpointsLine);
   UINT count = 0;
-  wil::ThrowIfFailed(walk.m_collection->GetCount(&count), kSource, kGetCountLine);
+  wil::ThrowIfFailed(collection->GetCount(&count), kSource, kGetCountLine);
   for (UINT index = 0; index < count; ++index) {
-    IMMDevice* device = nullptr;
-    if (FAILED(walk.m_collection->Item(index, &device)) || device == nullptr) continue;
-    if (HoldsProductEffect(device, configuration.effectKeys, configuration.effectClsids)) callback(device);
-    device->Release();
+    ComPtr<IMMDevice> device;
+    if (FAILED(collection->Item(index, device.Put())) || !device) continue;
+    if (HoldsProductEffect(device.Get(), configuration.effectKeys, configuration.effectClsids)) callback(device.Get());
   }
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "foundation/heap_block.h"
+#include "platform/com_ptr.h"
 #include "platform/utf.h"
 
 using namespace Platform;
@@ -10,12 +11,12 @@ using namespace Platform;
 HRESULT GetHWID(IMMDevice* device, LPWSTR* out) {
   if (device == nullptr || out == nullptr) return E_POINTER;
   *out = nullptr;
-  IPropertyStore* store = nullptr;
-  HRESULT result = device->OpenPropertyStore(STGM_READ, &store);
+  ComPtr<IPropertyStore> store;
+  HRESULT result = device->OpenPropertyStore(STGM_READ, store.Put());
   if (FAILED(result)) return result;
   PROPVARIANT value{};
   result = store->GetValue(PKEY_Device_InstanceId, &value);
-  store->Release();
+  store.Reset();
   if (FAILED(result)) return result;
   if (value.vt == VT_EMPTY) return S_FALSE;
   if (value.vt == VT_LPWSTR && value.pwszVal != nullptr) {

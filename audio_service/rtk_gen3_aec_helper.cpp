@@ -12,6 +12,7 @@
 #include "foundation/error.h"
 #include "foundation/heap_block.h"
 #include "foundation/log.h"
+#include "platform/com_ptr.h"
 #include "platform/policy_config.h"
 #include "platform/shell_string.h"
 
@@ -46,13 +47,11 @@ bool IsKey(const PROPERTYKEY& key, const PROPERTYKEY& wanted) {
 
 // Reads `key` of the endpoint's effects store through a policy configuration client of its own.
 HRESULT ReadEffectProperty(LPCWSTR deviceId, const PROPERTYKEY& key, PROPVARIANT& value) {
-  void* object = nullptr;
-  HRESULT result = CoCreateInstance(CLSID_PolicyConfigClient, nullptr, CLSCTX_ALL, IID_IPolicyConfig, &object);
+  ComPtr<IPolicyConfig> policy;
+  const HRESULT result =
+      CoCreateInstance(CLSID_PolicyConfigClient, nullptr, CLSCTX_ALL, IID_IPolicyConfig, policy.PutVoid());
   if (FAILED(result)) return result;
-  auto* policy = static_cast<IPolicyConfig*>(object);
-  result = policy->GetPropertyValue(deviceId, TRUE, key, &value);
-  policy->Release();
-  return result;
+  return policy->GetPropertyValue(deviceId, TRUE, key, &value);
 }
 
 // Deliberately kept: the copy into the fixed buffer neither checks the length nor a null string,
@@ -76,38 +75,33 @@ bool IsInRealtekFilter(const char16_t* upperId) {
 // to the endpoint; `act` runs when the third generation serves it.
 template <class Act>
 void RunRealtekTask(LPCWSTR deviceId, Act act) {
-  const HRESULT comInit = CoInitialize(nullptr);
-  IRtkBssApi* api = nullptr;
-  IRtkBssApi2* api2 = nullptr;
-  void* object = nullptr;
-  if (FAILED(CoCreateInstance(CLSID_RtkBssApi, nullptr, CLSCTX_INPROC_SERVER, IID_IRtkBssApi, &object))) {
+  ComInitializeScope apartment;
+  ComPtr<IRtkBssApi> api;
+  if (FAILED(CoCreateInstance(CLSID_RtkBssApi, nullptr, CLSCTX_INPROC_SERVER, IID_IRtkBssApi, api.PutVoid()))) {
     LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::failed to create RtkBssApi instance, Gen 1 is supported");
-  } else {
-    api = static_cast<IRtkBssApi*>(object);
-    object = nullptr;
-    if (FAILED(api->Initialize(deviceId))) {
-      LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::failed to initialize RtkBssApi");
-    } else if (FAILED(api->QueryInterface(IID_IRtkBssApi2, &object))) {
-      LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::failed to query IRtkBssApi2");
-    } else {
-      api2 = static_cast<IRtkBssApi2*>(object);
-      BOOL supported = FALSE;
-      if (FAILED(api2->IsGen3Supported(&supported))) {
-        LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::Gen3 is not supported");
-      } else if (supported != FALSE) {
-        act(api);
-      }
-    }
+    return;
   }
-  if (api2 != nullptr) api2->Release();
-  if (api != nullptr) api->Release();
-  if (SUCCEEDED(comInit)) CoUninitialize();
+  if (FAILED(api->Initialize(deviceId))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::failed to initialize RtkBssApi");
+    return;
+  }
+  ComPtr<IRtkBssApi2> api2;
+  if (FAILED(api->QueryInterface(IID_IRtkBssApi2, api2.PutVoid()))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::failed to query IRtkBssApi2");
+    return;
+  }
+  BOOL supported = FALSE;
+  if (FAILED(api2->IsGen3Supported(&supported))) {
+    LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::Gen3 is not supported");
+  } else if (supported != FALSE) {
+    act(api.Get());
+  }
 }
 
 }  // namespace
 
 RtkGen3AECHelper::RtkGen3AECHelper() {
-  if (SUCCEEDED(CoCreateFreeThreadedMarshaler(static_cast<IMMNotificationClient*>(this), &m_marshalerOwner))) {
+  if (SUCCEEDED(CoCreateFreeThreadedMarshaler(static_cast<IMMNotificationClient*>(this), m_marshalerOwner.Put()))) {
     void* marshaler = nullptr;
     if (SUCCEEDED(m_marshalerOwner->QueryInterface(IID_IMarshal, &marshaler))) {
       m_marshaler = static_cast<IMarshal*>(marshaler);
@@ -124,32 +118,25 @@ RtkGen3AECHelper::~RtkGen3AECHelper() {
   // result is, so that the code stays while it runs.
   for (std::future<void>& task : m_tasks) task.wait();
   m_tasks.clear();
-  if (m_enumerator != nullptr) m_enumerator->Release();
-  if (m_marshalerOwner != nullptr) m_marshalerOwner->Release();
+  m_enumerator.Reset();
+  m_marshalerOwner.Reset();
 }
 
 void RtkGen3AECHelper::Start() {
-  if (m_enumerator != nullptr) {
-    m_enumerator->Release();
-    m_enumerator = nullptr;
-  }
-  void* enumerator = nullptr;
   if (FAILED(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator,
-                              &enumerator))) {
+                              m_enumerator.PutVoid()))) {
     LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::Start Failed to create the MMDeviceEnumerator");
     return;
   }
-  m_enumerator = static_cast<IMMDeviceEnumerator*>(enumerator);
   if (FAILED(m_enumerator->RegisterEndpointNotificationCallback(this))) {
     LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::Start Failed to register to MMDevice notifications");
   }
 }
 
 void RtkGen3AECHelper::Stop() {
-  if (m_enumerator != nullptr) {
+  if (m_enumerator) {
     static_cast<void>(m_enumerator->UnregisterEndpointNotificationCallback(this));
-    m_enumerator->Release();
-    m_enumerator = nullptr;
+    m_enumerator.Reset();
   }
   // Each wait is measured from its own start; a task that overruns goes on after Stop.
   for (std::future<void>& task : m_tasks) static_cast<void>(task.wait_for(kTaskWait));
@@ -164,18 +151,17 @@ void RtkGen3AECHelper::RunBssResetTask(LPCWSTR deviceId) {
 }
 
 void RtkGen3AECHelper::SetRtkBSSMode(IRtkBssApi* api, LPCWSTR deviceId) {
-  void* object = nullptr;
+  ComPtr<IMMDeviceEnumerator> enumerator;
   if (FAILED(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator,
-                              &object))) {
+                              enumerator.PutVoid()))) {
     LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::SetRtkBSSMode - Failed to create the MMDeviceEnumerator");
     return;
   }
-  auto* enumerator = static_cast<IMMDeviceEnumerator*>(object);
-  IMMDevice* device = nullptr;
+  ComPtr<IMMDevice> device;
   LPWSTR hardwareId = nullptr;
-  if (FAILED(enumerator->GetDevice(deviceId, &device))) {
+  if (FAILED(enumerator->GetDevice(deviceId, device.Put()))) {
     LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::SetRtkBSSMode - GetDevice->failed");
-  } else if (FAILED(GetHWID(device, &hardwareId))) {
+  } else if (FAILED(GetHWID(device.Get(), &hardwareId))) {
     LogWrite(LogLevelError, kLogTag, u"RtkGen3AECHelper::SetRtkBSSMode - GetHWID->failed");
   } else {
     // Deliberately kept: a hardware id that GetHWID gave as no string (an empty property) is not
@@ -193,8 +179,6 @@ void RtkGen3AECHelper::SetRtkBSSMode(IRtkBssApi* api, LPCWSTR deviceId) {
       static_cast<void>(api->SetBssMode(1));
     }
   }
-  if (device != nullptr) device->Release();
-  enumerator->Release();
 }
 
 HRESULT RtkGen3AECHelper::QueryInterface(REFIID iid, void** object) {
@@ -222,7 +206,7 @@ HRESULT RtkGen3AECHelper::OnDefaultDeviceChanged(EDataFlow, ERole, LPCWSTR) { re
 HRESULT RtkGen3AECHelper::OnPropertyValueChanged(LPCWSTR deviceId, const PROPERTYKEY key) {
   const bool enable = IsKey(key, PKEY_RtkBssEnable);
   if (!enable && !IsKey(key, PKEY_RtkBssReset)) return S_OK;
-  const HRESULT comInit = CoInitialize(nullptr);
+  ComInitializeScope apartment;
   PROPVARIANT value{};
   // The result is not looked at: a failed read leaves the value empty, which never fires.
   if (enable) {
@@ -245,7 +229,6 @@ HRESULT RtkGen3AECHelper::OnPropertyValueChanged(LPCWSTR deviceId, const PROPERT
       static_cast<void>(RaiseStlException("RtkGen3AECHelper::OnPropertyValueChanged", e.what()));
     }
   }
-  if (SUCCEEDED(comInit)) CoUninitialize();
   return S_OK;
 }
 

@@ -22,6 +22,7 @@
 #include <list>
 
 #include "platform/com.h"
+#include "platform/com_ptr.h"
 #include "platform/core_audio.h"
 #include "platform/rtk_bss_api.h"
 
@@ -84,14 +85,14 @@ public:
   void SetRtkBSSMode(Platform::IRtkBssApi* api, Platform::LPCWSTR deviceId);
 
   // The enumerator of the subscription, or null; borrowed.
-  Platform::IMMDeviceEnumerator* Enumerator() const { return m_enumerator; }
+  Platform::IMMDeviceEnumerator* Enumerator() const { return m_enumerator.Get(); }
 
 private:
   std::atomic<Platform::ULONG> m_refCount{1};
-  Platform::IUnknown* m_marshalerOwner = nullptr;
+  Platform::ComPtr<Platform::IUnknown> m_marshalerOwner;
   Platform::IMarshal* m_marshaler = nullptr;
   // Owned; used for the subscription only.
-  Platform::IMMDeviceEnumerator* m_enumerator = nullptr;
+  Platform::ComPtr<Platform::IMMDeviceEnumerator> m_enumerator;
   // One waitable result for each task ever launched, in launch order; entries leave only with the
   // helper. Appended on the notification thread and walked by Stop after it has unsubscribed: that
   // order is the only protection.

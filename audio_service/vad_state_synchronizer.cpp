@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <utility>
 
 #include "audio_service/device_routing_data_system.h"
 #include "audio_service/hardware_id.h"
@@ -39,19 +40,19 @@ bool IsVadEndpoint(IMMDevice* device) {
 }  // namespace
 
 VADStateSynchronizer::~VADStateSynchronizer() {
-  if (m_dataSystem != nullptr) m_dataSystem->Release();
-  if (m_enumerator != nullptr) m_enumerator->Release();
+  m_dataSystem.Reset();
+  m_enumerator.Reset();
 }
 
 void VADStateSynchronizer::Start() {
-  DataSystem::IDataSystem* dataSystem = nullptr;
+  ComPtr<DataSystem::IDataSystem> dataSystem;
   const char* failure = nullptr;
   DataSystem::IItem* item = nullptr;
   const DataSystem::ItemPathStep profilesStep{DeviceRouting::ProfilesModel().GetGuid(), DataSystem::kNoIndex, nullptr};
   const DataSystem::ItemPathStep routingStep{DeviceRouting::VacRoutingStateModel().GetGuid(), DataSystem::kNoIndex,
                                              nullptr};
   DataSystem::IStore* store = nullptr;
-  if (DeviceRouting::CreateDeviceRoutingDataSystem(&dataSystem, 0, DataSystem::ProductDesc{}, nullptr, nullptr) !=
+  if (DeviceRouting::CreateDeviceRoutingDataSystem(dataSystem.Put(), 0, DataSystem::ProductDesc{}, nullptr, nullptr) !=
       ErrorNone) {
     failure = "VADStateSynchronizer::Start failed to create the DeviceRouting DataSystem";
   } else if (dataSystem->GetItem(&profilesStep, &item) != ErrorNone ||
@@ -66,17 +67,14 @@ void VADStateSynchronizer::Start() {
   }
   if (failure != nullptr) {
     LogWriteA(LogLevelTrace, kLogTag, "%s", failure);
-    if (dataSystem != nullptr) dataSystem->Release();
     return;
   }
   m_profilesStore = store;
-  m_dataSystem = dataSystem;
+  m_dataSystem = std::move(dataSystem);
 
-  void* enumerator = nullptr;
   // DELIBERATE: the creation's result is not looked at; a failure faults in the next step.
-  static_cast<void>(
-      CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator, &enumerator));
-  m_enumerator = static_cast<IMMDeviceEnumerator*>(enumerator);
+  static_cast<void>(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator,
+                                     m_enumerator.PutVoid()));
   wil::ThrowIfFailed(m_enumerator->RegisterEndpointNotificationCallback(this), kSource, __LINE__);
 
   const Reactive::coordination& workers = Reactive::observe_on_new_thread();
@@ -95,13 +93,11 @@ void VADStateSynchronizer::Start() {
 void VADStateSynchronizer::Stop() {
   // DELIBERATE: no test of the members. After a failed Start they are null, and this faults here.
   m_enumerator->UnregisterEndpointNotificationCallback(this);
-  m_enumerator->Release();
-  m_enumerator = nullptr;
+  m_enumerator.Reset();
   static_cast<void>(m_profilesStore->UnregisterMonitor(static_cast<DataSystem::IStoreMonitor*>(this)));
   m_routingValue = nullptr;
   m_profilesStore = nullptr;
-  m_dataSystem->Release();
-  m_dataSystem = nullptr;
+  m_dataSystem.Reset();
 }
 
 bool VADStateSynchronizer::ReadRoutingState() {
@@ -125,21 +121,20 @@ HRESULT VADStateSynchronizer::SetVadVisibility(bool show) {
     // 0 hides, all ones shows: that exact word goes out.
     const auto visible = static_cast<BOOL>((static_cast<std::uint32_t>(show) ^ 1u) - 1u);
     for (UINT index = 0; index < count; ++index) {
-      IMMDevice* device = nullptr;
+      ComPtr<IMMDevice> device;
       // DELIBERATE: a failed Item leaves the scan by an exception, with the collection and the COM
-      // apartment of this thread left as they are.
-      wil::ThrowIfFailed(collection->Item(index, &device), kSource, __LINE__);
-      if (device == nullptr) continue;
+      // apartment of this thread left as they are (neither is held by an owner for that reason).
+      wil::ThrowIfFailed(collection->Item(index, device.Put()), kSource, __LINE__);
+      if (!device) continue;
       LPWSTR id = nullptr;
-      if (IsVadEndpoint(device) && SUCCEEDED(device->GetId(&id))) {
-        void* policy = nullptr;
-        if (SUCCEEDED(CoCreateInstance(CLSID_PolicyConfigClient, nullptr, CLSCTX_ALL, IID_IPolicyConfig, &policy))) {
-          static_cast<void>(static_cast<IPolicyConfig*>(policy)->SetEndpointVisibility(id, visible));
-          static_cast<IPolicyConfig*>(policy)->Release();
+      if (IsVadEndpoint(device.Get()) && SUCCEEDED(device->GetId(&id))) {
+        ComPtr<IPolicyConfig> policy;
+        if (SUCCEEDED(
+                CoCreateInstance(CLSID_PolicyConfigClient, nullptr, CLSCTX_ALL, IID_IPolicyConfig, policy.PutVoid()))) {
+          static_cast<void>(policy->SetEndpointVisibility(id, visible));
         }
         CoTaskMemFree(id);
       }
-      device->Release();
     }
     result = S_OK;
   }
@@ -164,10 +159,10 @@ ULONG VADStateSynchronizer::AddRef() { return ++m_refCount; }
 ULONG VADStateSynchronizer::Release() { return --m_refCount; }
 
 HRESULT VADStateSynchronizer::OnDeviceStateChanged(LPCWSTR deviceId, DWORD newState) {
-  IMMDevice* device = nullptr;
-  if (FAILED(m_enumerator->GetDevice(deviceId, &device))) return S_OK;
-  bool isVad = IsVadEndpoint(device);
-  device->Release();
+  ComPtr<IMMDevice> device;
+  if (FAILED(m_enumerator->GetDevice(deviceId, device.Put()))) return S_OK;
+  const bool isVad = IsVadEndpoint(device.Get());
+  device.Reset();
   if (!isVad) return S_OK;
   // Active alone counts as shown; disabled, absent and unplugged all count as hidden.
   const bool active = (newState & DEVICE_STATE_ACTIVE) != 0;

@@ -16,6 +16,7 @@
 
 #include "data_system/store.h"
 #include "data_system/value.h"
+#include "platform/com_ptr.h"
 #include "platform/core_audio.h"
 #include "reactive/subject.h"
 
@@ -61,9 +62,9 @@ private:
 
   std::atomic<Platform::ULONG> m_refCount{1};
   // Owned reference; null until Start reaches it and after Stop.
-  Platform::IMMDeviceEnumerator* m_enumerator = nullptr;
+  Platform::ComPtr<Platform::IMMDeviceEnumerator> m_enumerator;
   // One reference owned while started.
-  DataSystem::IDataSystem* m_dataSystem = nullptr;
+  Platform::ComPtr<DataSystem::IDataSystem> m_dataSystem;
   // No references: valid while m_dataSystem is held.
   DataSystem::IStore* m_profilesStore = nullptr;
   DataSystem::IValue* m_routingValue = nullptr;

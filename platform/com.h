@@ -47,6 +47,24 @@ public:
 HRESULT CoInitialize(void* reserved);
 void CoUninitialize();
 
+// Initialises COM on the calling thread for the life of the scope, and undoes it at the end when
+// the initialisation succeeded. Declare it before the COM references of the scope, so that they are
+// released first.
+class ComInitializeScope {
+public:
+  ComInitializeScope() : m_result(CoInitialize(nullptr)) {}
+  ~ComInitializeScope() {
+    if (SUCCEEDED(m_result)) CoUninitialize();
+  }
+  ComInitializeScope(const ComInitializeScope&) = delete;
+  ComInitializeScope& operator=(const ComInitializeScope&) = delete;
+
+  HRESULT Result() const { return m_result; }
+
+private:
+  HRESULT m_result;
+};
+
 // Makes the free-threaded marshaler aggregated by `outer`; the caller owns the returned reference.
 // Returns S_OK, E_INVALIDARG for a null argument, or E_OUTOFMEMORY.
 HRESULT CoCreateFreeThreadedMarshaler(IUnknown* outer, IUnknown** marshaler);
