@@ -51,29 +51,38 @@ HRESULT AudioSystemState::RegisterClient(IMMNotificationClient* client) {
   }
   std::lock_guard<std::mutex> lock(m_mutex);
   client->AddRef();
-  m_clients.push_back(client);
+  m_clients.emplace_back(client);
   return S_OK;
 }
 
 HRESULT AudioSystemState::UnregisterClient(IMMNotificationClient* client) {
   if (client == nullptr) return E_POINTER;
+  // Released only after a delivery in progress on another thread has ended.
+  ComPtr<IMMNotificationClient> removed;
   {
     std::lock_guard<std::mutex> lock(m_mutex);
-    auto found = std::find(m_clients.begin(), m_clients.end(), client);
+    auto found = std::find_if(m_clients.begin(), m_clients.end(),
+                              [client](const ComPtr<IMMNotificationClient>& each) { return each.Get() == client; });
     if (found == m_clients.end()) return E_NOTFOUND;
+    removed = std::move(*found);
     m_clients.erase(found);
   }
   if (GetCurrentThreadId() != NotificationThreadId()) {
     std::lock_guard<std::mutex> delivery(m_deliveryMutex);
   }
-  client->Release();
+  removed.Reset();
   return S_OK;
 }
 
-std::vector<IMMNotificationClient*> AudioSystemState::Clients() const {
+std::vector<ComPtr<IMMNotificationClient>> AudioSystemState::Clients() const {
   std::lock_guard<std::mutex> lock(m_mutex);
-  for (IMMNotificationClient* client : m_clients) client->AddRef();
-  return m_clients;
+  std::vector<ComPtr<IMMNotificationClient>> clients;
+  clients.reserve(m_clients.size());
+  for (const ComPtr<IMMNotificationClient>& client : m_clients) {
+    client->AddRef();
+    clients.emplace_back(client.Get());
+  }
+  return clients;
 }
 
 DWORD AudioSystemState::NotificationThreadId() const {
@@ -89,12 +98,12 @@ void AudioSystemState::Shutdown() {
     thread = std::move(m_thread);
   }
   thread.reset();
-  std::vector<IMMNotificationClient*> clients;
+  std::vector<ComPtr<IMMNotificationClient>> clients;
   {
     std::lock_guard<std::mutex> lock(m_mutex);
     clients.swap(m_clients);
   }
-  for (IMMNotificationClient* client : clients) client->Release();
+  clients.clear();
 }
 
 DWORD AudioSystemState::BssMode(const std::u16string& deviceId) const {

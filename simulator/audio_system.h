@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/com_ptr.h"
 #include "platform/core_audio.h"
 #include "simulator/call_log.h"
 #include "simulator/component_settings.h"
@@ -52,7 +53,7 @@ public:
   Platform::HRESULT RegisterClient(Platform::IMMNotificationClient* client);
   Platform::HRESULT UnregisterClient(Platform::IMMNotificationClient* client);
   // The registered clients, each with a reference for the caller.
-  std::vector<Platform::IMMNotificationClient*> Clients() const;
+  std::vector<Platform::ComPtr<Platform::IMMNotificationClient>> Clients() const;
   // The thread id of the notification thread; 0 while it has not started.
   Platform::DWORD NotificationThreadId() const;
   // Ends the notification thread and releases every client. Not from a notification.
@@ -90,7 +91,7 @@ private:
   EndpointRegistry m_endpoints;
   ComponentSettings m_settings;
   CallLog m_calls;
-  std::vector<Platform::IMMNotificationClient*> m_clients;
+  std::vector<Platform::ComPtr<Platform::IMMNotificationClient>> m_clients;
 };
 
 // The owner's handle on a simulated audio system: it makes the state and, when destroyed, ends the

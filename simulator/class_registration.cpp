@@ -60,10 +60,11 @@ ClassRegistration::ClassRegistration(const AudioSystem& system) {
       {CLSID_AudioProcessingManager, &CreateSimulatedAudioProcessingManager},
   };
   for (const auto& each : classes) {
-    auto* factory = new (std::nothrow) SimulatedClassFactory(system.State(), each.clsid, each.creator);
+    ComPtr<SimulatedClassFactory> factory(
+        new (std::nothrow) SimulatedClassFactory(system.State(), each.clsid, each.creator));
     DWORD cookie = 0;
-    HRESULT result = factory != nullptr ? RegisterProcessClass(each.clsid, factory, &cookie) : E_OUTOFMEMORY;
-    if (factory != nullptr) factory->Release();
+    const HRESULT result = factory ? RegisterProcessClass(each.clsid, factory.Get(), &cookie) : E_OUTOFMEMORY;
+    factory.Reset();
     if (result >= 0) {
       m_cookies.push_back(cookie);
     } else {

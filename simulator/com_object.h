@@ -6,8 +6,11 @@
 #pragma once
 
 #include <atomic>
+#include <new>
+#include <utility>
 
 #include "platform/audio_processing.h"
+#include "platform/com_ptr.h"
 #include "platform/core_audio.h"
 #include "platform/policy_config.h"
 #include "platform/rtk_bss_api.h"
@@ -72,5 +75,14 @@ protected:
 private:
   std::atomic<Platform::ULONG> m_count{1};
 };
+
+// Makes an object of `Object` from `args` and hands it out as the interface `iid` into `object`, owned
+// by the caller. Returns S_OK, E_OUTOFMEMORY, or E_NOINTERFACE (with `object` null). Any thread.
+template <class Object, class... Args>
+Platform::HRESULT CreateObject(Platform::REFIID iid, void** object, Args&&... args) {
+  Platform::ComPtr<Object> made(new (std::nothrow) Object(std::forward<Args>(args)...));
+  if (!made) return Platform::E_OUTOFMEMORY;
+  return made->QueryInterface(iid, object);
+}
 
 }  // namespace Simulator

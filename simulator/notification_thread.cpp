@@ -33,10 +33,7 @@ std::vector<std::u16string> ChangedNames(const StoredProperties& before, const S
 // Calls `call` on every registered client, outside any lock of the system.
 template <class Call>
 void Notify(AudioSystemState& state, Call call) {
-  for (IMMNotificationClient* client : state.Clients()) {
-    call(client);
-    client->Release();
-  }
+  for (const ComPtr<IMMNotificationClient>& client : state.Clients()) call(client.Get());
 }
 
 }  // namespace

@@ -75,11 +75,7 @@ private:
 }  // namespace
 
 HRESULT CreateSimulatedAudioProcessingManager(std::shared_ptr<AudioSystemState> state, REFIID iid, void** object) {
-  auto* manager = new (std::nothrow) SimulatedAudioProcessingManager(std::move(state));
-  if (manager == nullptr) return E_OUTOFMEMORY;
-  HRESULT result = manager->QueryInterface(iid, object);
-  manager->Release();
-  return result;
+  return CreateObject<SimulatedAudioProcessingManager>(iid, object, std::move(state));
 }
 
 }  // namespace Simulator

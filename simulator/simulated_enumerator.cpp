@@ -123,11 +123,7 @@ private:
 }  // namespace
 
 HRESULT CreateSimulatedEnumerator(std::shared_ptr<AudioSystemState> state, REFIID iid, void** object) {
-  auto* enumerator = new (std::nothrow) SimulatedEnumerator(std::move(state));
-  if (enumerator == nullptr) return E_OUTOFMEMORY;
-  HRESULT result = enumerator->QueryInterface(iid, object);
-  enumerator->Release();
-  return result;
+  return CreateObject<SimulatedEnumerator>(iid, object, std::move(state));
 }
 
 }  // namespace Simulator

@@ -69,11 +69,7 @@ private:
 }  // namespace
 
 HRESULT CreateSimulatedPolicyConfig(std::shared_ptr<AudioSystemState> state, REFIID iid, void** object) {
-  auto* policy = new (std::nothrow) SimulatedPolicyConfig(std::move(state));
-  if (policy == nullptr) return E_OUTOFMEMORY;
-  HRESULT result = policy->QueryInterface(iid, object);
-  policy->Release();
-  return result;
+  return CreateObject<SimulatedPolicyConfig>(iid, object, std::move(state));
 }
 
 }  // namespace Simulator

@@ -80,11 +80,7 @@ private:
 }  // namespace
 
 HRESULT CreateSimulatedRtkBssApi(std::shared_ptr<AudioSystemState> state, REFIID iid, void** object) {
-  auto* api = new (std::nothrow) SimulatedRtkBssApi(std::move(state));
-  if (api == nullptr) return E_OUTOFMEMORY;
-  HRESULT result = api->QueryInterface(iid, object);
-  api->Release();
-  return result;
+  return CreateObject<SimulatedRtkBssApi>(iid, object, std::move(state));
 }
 
 }  // namespace Simulator
