@@ -8,9 +8,11 @@
 
 #include <mutex>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "platform/com.h"
+#include "platform/com_ptr.h"
 #include "platform/no_destructor.h"
 
 namespace Platform::Detail {
@@ -28,53 +30,52 @@ public:
     if (factory == nullptr || cookie == nullptr) return E_POINTER;
     std::lock_guard<std::mutex> lock(m_mutex);
     try {
-      m_entries.push_back(Entry{clsid, factory, m_nextCookie});
+      m_entries.push_back(Entry{clsid, ComPtr<IClassFactory>(), m_nextCookie});
     } catch (const std::bad_alloc&) {
       return E_OUTOFMEMORY;
     }
     factory->AddRef();
+    m_entries.back().factory.Reset(factory);
     *cookie = m_nextCookie++;
     return S_OK;
   }
 
   HRESULT Revoke(DWORD cookie) {
-    IClassFactory* factory = nullptr;
+    ComPtr<IClassFactory> factory;
     {
       std::lock_guard<std::mutex> lock(m_mutex);
       for (auto entry = m_entries.begin(); entry != m_entries.end(); ++entry) {
         if (entry->cookie == cookie) {
-          factory = entry->factory;
+          factory = std::move(entry->factory);
           m_entries.erase(entry);
           break;
         }
       }
     }
-    if (factory == nullptr) return E_INVALIDARG;
+    if (!factory) return E_INVALIDARG;
     // Outside the lock: the factory's last release may revoke or create other classes.
-    factory->Release();
+    factory.Reset();
     return S_OK;
   }
 
   // This table's factory for `clsid` with a reference for the caller, or null.
-  IClassFactory* Find(REFCLSID clsid) {
+  ComPtr<IClassFactory> Find(REFCLSID clsid) {
     std::lock_guard<std::mutex> lock(m_mutex);
     for (auto entry = m_entries.rbegin(); entry != m_entries.rend(); ++entry) {
       if (entry->clsid == clsid) {
         entry->factory->AddRef();
-        return entry->factory;
+        return ComPtr<IClassFactory>(entry->factory.Get());
       }
     }
-    return nullptr;
+    return ComPtr<IClassFactory>();
   }
 
   HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object) {
     if (object == nullptr) return E_POINTER;
     *object = nullptr;
-    IClassFactory* factory = Find(clsid);
-    if (factory == nullptr) return REGDB_E_CLASSNOTREG;
-    HRESULT result = factory->QueryInterface(iid, object);
-    factory->Release();
-    return result;
+    ComPtr<IClassFactory> factory = Find(clsid);
+    if (!factory) return REGDB_E_CLASSNOTREG;
+    return factory->QueryInterface(iid, object);
   }
 
   void SetHostLookup(ClassObjectLookup lookup) {
@@ -86,22 +87,19 @@ public:
   // class; when it did, the result is the factory's and final.
   HRESULT Create(REFCLSID clsid, IUnknown* outer, REFIID iid, void** object, bool& found) {
     *object = nullptr;
-    IClassFactory* factory = Find(clsid);
-    if (factory == nullptr) {
+    ComPtr<IClassFactory> factory = Find(clsid);
+    if (!factory) {
       ClassObjectLookup lookup;
       {
         std::lock_guard<std::mutex> lock(m_mutex);
         lookup = m_hostLookup;
       }
-      void* hostFactory = nullptr;
-      if (lookup != nullptr && lookup(clsid, IID_IClassFactory, &hostFactory) >= 0 && hostFactory != nullptr) {
-        factory = static_cast<IClassFactory*>(hostFactory);
-      }
+      if (lookup != nullptr && lookup(clsid, IID_IClassFactory, factory.PutVoid()) < 0) factory.Reset();
     }
-    found = factory != nullptr;
+    found = static_cast<bool>(factory);
     if (!found) return REGDB_E_CLASSNOTREG;
     HRESULT result = factory->CreateInstance(outer, iid, object);
-    factory->Release();
+    factory.Reset();
     if (result < 0) *object = nullptr;
     return result;
   }
@@ -109,7 +107,7 @@ public:
 private:
   struct Entry {
     CLSID clsid;
-    IClassFactory* factory;
+    ComPtr<IClassFactory> factory;
     DWORD cookie;
   };
 
