@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "foundation/log.h"
+#include "platform/com_ptr.h"
 #include "storage_system/interface_ids.h"
 #include "storage_system/product_storage_system.h"
 
@@ -52,13 +53,13 @@ ErrorCode CSharedStorageSystemHandler::QueryStorageSystem(std::int32_t rootSelec
       return ErrorNone;
     }
   }
-  StorageSystem::IStorageSystem* opened = nullptr;
-  if (ErrorCode code = OpenProductStorageSystem(rootSelector, &opened, desc, flags, this, nullptr, false);
+  Platform::ComPtr<StorageSystem::IStorageSystem> opened;
+  if (ErrorCode code = OpenProductStorageSystem(rootSelector, opened.Put(), desc, flags, this, nullptr, false);
       code != ErrorNone) {
     return code;
   }
   try {
-    Record& record = m_storageSystems.emplace(opened, NewRecord()).first->second;
+    Record& record = m_storageSystems.emplace(opened.Get(), NewRecord()).first->second;
     record.rootSelector = rootSelector;
     record.flags = flags;
     record.company = desc.company;
@@ -67,11 +68,10 @@ ErrorCode CSharedStorageSystemHandler::QueryStorageSystem(std::int32_t rootSelec
     record.versionMinor = desc.versionMinor;
     record.pathFlags = desc.pathFlags;
   } catch (const std::exception& e) {
-    opened->Release();
     return RaiseError("ProductStorageSystem::CSharedStorageSystemHandler::QueryStorageSystem", ErrorStlException,
                       u"STL exception: %S", e.what());
   }
-  *result = opened;
+  *result = opened.Detach();
   return ErrorNone;
 }
 

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "foundation/log.h"
+#include "platform/com_ptr.h"
 #include "storage_system/prepare_access_mask.h"
 #include "storage_system/storage_flags.h"
 
@@ -45,14 +46,9 @@ ErrorCode OpenStorageSystem(const StorageSystemParameters& parameters, IStorageS
     LogWrite(LogLevelInfo, kLogTag, u"Note: floating-point values will be stored as strings in the registry");
   }
 
-  auto* storageSystem = new (std::nothrow) CStorageSystem();
-  if (storageSystem == nullptr) {
-    return RaiseError("StorageSystem::Registry::OpenStorageSystem", ErrorOutOfMemory, nullptr);
-  }
-  if (ErrorCode code = storageSystem->Open(&open, flags); code != ErrorNone) {
-    storageSystem->Release();
-    return code;
-  }
+  Platform::ComPtr<CStorageSystem> storageSystem(new (std::nothrow) CStorageSystem());
+  if (!storageSystem) return RaiseError("StorageSystem::Registry::OpenStorageSystem", ErrorOutOfMemory, nullptr);
+  if (ErrorCode code = storageSystem->Open(&open, flags); code != ErrorNone) return code;
 
   if (applySecurity) {
     // Security information 32, as the product has always passed it.
@@ -61,7 +57,7 @@ ErrorCode OpenStorageSystem(const StorageSystemParameters& parameters, IStorageS
                                                                    : nullptr);
   }
   storageSystem->SetReleaseHandler(releaseHandler);
-  *result = storageSystem;
+  *result = storageSystem.Detach();
   return ErrorNone;
 }
 

@@ -5,6 +5,7 @@
 
 #include "foundation/auto_release.h"
 #include "foundation/log.h"
+#include "platform/com_ptr.h"
 #include "storage_system/interface_ids.h"
 #include "storage_system/storage_flags.h"
 #include "storage_system/storage_system.h"
@@ -96,8 +97,8 @@ ErrorCode CStoreDelegate::OpenStore(const char16_t* path, IStore** result, std::
   char16_t* nativePath = nullptr;
   if (ErrorCode code = m_pathHelper->AllocReplace(path, &nativePath); code != ErrorNone) return code;
 
-  auto* store = new (std::nothrow) CStore(m_owner);
-  if (store == nullptr) {
+  Platform::ComPtr<CStore> store(new (std::nothrow) CStore(m_owner));
+  if (!store) {
     m_pathHelper->FreePath(nativePath);
     return RaiseError(
         "StorageSystem::Registry::CStoreDelegate::OpenStore::<lambda_b6632cc3b4d3e0936e3ef6fe4bf9cbae>::operator ()",
@@ -106,11 +107,8 @@ ErrorCode CStoreDelegate::OpenStore(const char16_t* path, IStore** result, std::
   const StoreParameters parameters = {m_key.get(), nativePath, path};
   const ErrorCode code = store->Open(&parameters, flags);
   m_pathHelper->FreePath(nativePath);
-  if (code != ErrorNone) {
-    store->Release();
-    return code;
-  }
-  *result = store;
+  if (code != ErrorNone) return code;
+  *result = store.Detach();
   return ErrorNone;
 }
 
@@ -141,15 +139,14 @@ ErrorCode CStoreDelegate::OpenValue(const char16_t* path, IRegistryValue** resul
                       path);
   }
 
-  IRegistryValue* value = nullptr;
+  Platform::ComPtr<IRegistryValue> value;
   const ITypeDescription* effectiveType = nullptr;
-  if (ErrorCode code = CreateValue(m_owner, type, &value, &effectiveType); code != ErrorNone) return code;
+  if (ErrorCode code = CreateValue(m_owner, type, value.Put(), &effectiveType); code != ErrorNone) return code;
 
   char16_t* block = nullptr;
   char16_t* parent = nullptr;
   char16_t* leaf = nullptr;
   if (ErrorCode code = m_pathHelper->ToSplitPathNative(path, &block, &parent, &leaf); code != ErrorNone) {
-    value->Release();
     return code;
   }
 
@@ -164,11 +161,8 @@ ErrorCode CStoreDelegate::OpenValue(const char16_t* path, IRegistryValue** resul
   const ValueParameters parameters = {m_key.get(), parent, leaf, path, effectiveType, defaultData, defaultSize};
   const ErrorCode code = value->Initialize(&parameters, flags);
   m_pathHelper->FreePath(block);
-  if (code != ErrorNone) {
-    value->Release();
-    return code;
-  }
-  *result = value;
+  if (code != ErrorNone) return code;
+  *result = value.Detach();
   return ErrorNone;
 }
 

@@ -7,6 +7,7 @@
 #include "data_system/storage_system_item.h"
 #include "data_system/value.h"
 #include "foundation/format.h"
+#include "platform/com_ptr.h"
 #include "platform/utf.h"
 #include "storage_system/storage_system.h"
 #include "tools/halcyra-data/data_console.h"
@@ -19,16 +20,10 @@ using namespace DataSystem;
 namespace {
 
 // Holds a reference on an item for the length of a command.
-class HeldItem {
-public:
-  ~HeldItem() {
-    if (item != nullptr) item->Release();
-  }
-  IItem* item = nullptr;
-};
+using HeldItem = Platform::ComPtr<IItem>;
 
 [[nodiscard]] ErrorCode Find(IDataSystem* dataSystem, const std::u16string& path, HeldItem& held) {
-  ErrorCode status = dataSystem->GetItemRef(path.c_str(), &held.item);
+  ErrorCode status = dataSystem->GetItemRef(path.c_str(), held.Put());
   return status == ErrorNone ? ErrorNone : Fail("no such item", status);
 }
 
@@ -65,24 +60,24 @@ ErrorCode List(IDataSystem* dataSystem) {
 ErrorCode Get(IDataSystem* dataSystem, const std::u16string& path) {
   HeldItem held;
   if (ErrorCode status = Find(dataSystem, path, held); status != ErrorNone) return status;
-  if (KindOf(held.item) == ItemKind::Store) {
+  if (KindOf(held.Get()) == ItemKind::Store) {
     return Fail("get", RaiseError("halcyra-data", ErrorInvalidOperation, u"'%s' is a store, not a value", path.c_str()));
   }
-  PrintLine(CurrentValue(held.item));
+  PrintLine(CurrentValue(held.Get()));
   return ErrorNone;
 }
 
 ErrorCode Set(IDataSystem* dataSystem, const std::u16string& path, const std::u16string& value) {
   HeldItem held;
   if (ErrorCode status = Find(dataSystem, path, held); status != ErrorNone) return status;
-  ErrorCode status = SetFromText(held.item, value);
+  ErrorCode status = SetFromText(held.Get(), value);
   return status == ErrorNone ? ErrorNone : Fail("set", status);
 }
 
 ErrorCode Reset(IDataSystem* dataSystem, const std::u16string& path) {
   HeldItem held;
   if (ErrorCode status = Find(dataSystem, path, held); status != ErrorNone) return status;
-  ErrorCode status = held.item->Reset(0);
+  ErrorCode status = held->Reset(0);
   return status == ErrorNone ? ErrorNone : Fail("reset", status);
 }
 
@@ -93,27 +88,27 @@ ErrorCode Insert(IDataSystem* dataSystem, const std::u16string& path) {
   HeldItem held;
   if (dot != std::u16string::npos) {
     if (ErrorCode status = Find(dataSystem, path.substr(0, dot), held); status != ErrorNone) return status;
-    store = static_cast<IStore*>(held.item->GetInterface(&IID_IStore));
+    store = static_cast<IStore*>(held->GetInterface(&IID_IStore));
     if (store == nullptr) return Fail("insert", ErrorInvalidOperation);
   }
   HeldItem inserted;
-  ErrorCode status = store->InsertDefaultItemByNameRef(vector.c_str(), &inserted.item);
+  ErrorCode status = store->InsertDefaultItemByNameRef(vector.c_str(), inserted.Put());
   if (status != ErrorNone) return Fail("insert", status);
-  PrintLine(DisplayPath(inserted.item));
+  PrintLine(DisplayPath(inserted.Get()));
   return ErrorNone;
 }
 
 ErrorCode Erase(IDataSystem* dataSystem, const std::u16string& path) {
   HeldItem held;
   if (ErrorCode status = Find(dataSystem, path, held); status != ErrorNone) return status;
-  ErrorCode status = held.item->Erase();
+  ErrorCode status = held->Erase();
   return status == ErrorNone ? ErrorNone : Fail("erase (only vector instances can be erased)", status);
 }
 
 ErrorCode Describe(IDataSystem* dataSystem, const std::u16string& path) {
   HeldItem held;
   if (ErrorCode status = Find(dataSystem, path, held); status != ErrorNone) return status;
-  IItem* item = held.item;
+  IItem* item = held.Get();
   ItemKind kind = KindOf(item);
   char16_t guid[Common::GUID::kTextCapacity];
   PrintLine(u"path: " + DisplayPath(item));

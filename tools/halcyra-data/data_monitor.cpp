@@ -3,6 +3,7 @@
 
 #include "data_system/interface_ids.h"
 #include "data_system/value.h"
+#include "platform/com_ptr.h"
 #include "platform/synchronization.h"
 #include "tools/halcyra-data/data_commands.h"
 #include "tools/halcyra-data/data_console.h"
@@ -32,26 +33,22 @@ public:
 }  // namespace
 
 ErrorCode Monitor(IDataSystem* dataSystem, const std::u16string& path, double seconds) {
-  IItem* item = nullptr;
-  ErrorCode status = dataSystem->GetItemRef(path.empty() ? u"Profiles" : path.c_str(), &item);
+  Platform::ComPtr<IItem> item;
+  ErrorCode status = dataSystem->GetItemRef(path.empty() ? u"Profiles" : path.c_str(), item.Put());
   if (status != ErrorNone) return Fail("no such item", status);
   auto* store = static_cast<IStore*>(item->GetInterface(&IID_IStore));
   PrintingMonitor monitor;
   status = store != nullptr ? store->RegisterMonitor(&monitor, MONITOR_DIRECT) : ErrorInvalidOperation;
-  if (status != ErrorNone) {
-    item->Release();
-    return Fail("monitor", status);
-  }
+  if (status != ErrorNone) return Fail("monitor", status);
   std::signal(SIGINT, OnSignal);
   std::signal(SIGTERM, OnSignal);
-  PrintLine(u"monitoring " + DisplayPath(item));
+  PrintLine(u"monitoring " + DisplayPath(item.Get()));
   // Signals can only set a flag, so the wait looks at it every few milliseconds.
   constexpr Platform::DWORD kStepMilliseconds = 20;
   for (double waited = 0; !stopRequested && (seconds < 0 || waited < seconds); waited += kStepMilliseconds / 1000.0) {
     Platform::Sleep(kStepMilliseconds);
   }
   static_cast<void>(store->UnregisterMonitor(&monitor));
-  item->Release();
   return ErrorNone;
 }
 

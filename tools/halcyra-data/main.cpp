@@ -11,6 +11,7 @@
 
 #include "audio_service/device_routing_data_system.h"
 #include "audio_service/product_identity.h"
+#include "platform/com_ptr.h"
 #include "platform/utf.h"
 #include "tools/halcyra-data/data_commands.h"
 #include "tools/halcyra-data/data_console.h"
@@ -65,17 +66,17 @@ int main(int argc, char** argv) {
     return argc < 2 ? 2 : 0;
   }
   HalcyraData::HoldReports();
-  DataSystem::IDataSystem* dataSystem = nullptr;
-  ErrorCode status = DeviceRouting::CreateDeviceRoutingDataSystem(&dataSystem, 0, DataSystem::ProductDesc{}, nullptr,
-                                                                  nullptr);
+  Platform::ComPtr<DataSystem::IDataSystem> dataSystem;
+  ErrorCode status = DeviceRouting::CreateDeviceRoutingDataSystem(dataSystem.Put(), 0, DataSystem::ProductDesc{},
+                                                                  nullptr, nullptr);
   if (status != ErrorNone) {
     HalcyraData::ShowHeldReports();
     HalcyraData::Fail("the routing data system did not open", status);
     return 1;
   }
   HalcyraData::ShowReportsOnStandardError();
-  status = Run(dataSystem, argv[1], argc, argv);
-  dataSystem->Release();
+  status = Run(dataSystem.Get(), argv[1], argc, argv);
+  dataSystem.Reset();
   if (status == -1) {
     PrintUsage();
     return 2;
