@@ -9,7 +9,7 @@
 //         ID, szExeName, szExeFullPath, szDisplayName, bState, szMMDeviceId, szPckgPath, bIsCreated,
 //         nPid, bVacAppRoutingState, bVacAppIsHooked
 //
-// Two pairs of values share an id on purpose, each pair across the two stores: bVacRoutingState
+// DELIBERATE: two pairs of values share an id, each pair across the two stores: bVacRoutingState
 // with bVacAppRoutingState, and bVacMicRoutingState with nPid. This module reads, writes and
 // watches only bVacRoutingState; the rest is declared because a tree is always built whole.
 #pragma once

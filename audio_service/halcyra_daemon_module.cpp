@@ -40,8 +40,8 @@ ErrorCode CHalcyraDaemonModule::OnStart() {
 
 void CHalcyraDaemonModule::OnStop() {
   if (!m_started) return;
-  // DELIBERATE: after a failed start of the synchronizer this faults, as it stands in the stop
-  // sequence.
+  // DELIBERATE: after a failed start of the synchronizer this faults: the stop sequence does not
+  // look whether the start succeeded.
   m_vadSynchronizer.Stop();
   m_rtkHelper.Stop();
   m_started = false;

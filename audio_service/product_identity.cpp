@@ -62,7 +62,7 @@ std::uint32_t StorageAccessMask(std::uint32_t flags) {
 }  // namespace
 
 bool IsCohabitingProductReady(const DataSystem::ProductDesc& desc) {
-  // Deliberately kept: none of the keys opened here is closed.
+  // DELIBERATE: none of the keys opened here is closed.
   HKEY root = nullptr;
   if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kCohabitationKey, 0, kReadAccess, &root) != ERROR_SUCCESS) return false;
   if (CohabitationOf(root) < 2) return false;

@@ -19,7 +19,8 @@ constexpr const char16_t* kProductUnknown = u"PRODUCT_NAME_UNKNOWN";
 constexpr const char16_t* kMajorUnknown = u"PRODUCT_VERSION_MAJOR_UNKNOWN";
 constexpr const char16_t* kMinorUnknown = u"PRODUCT_VERSION_MINOR_UNKNOWN";
 
-// The names under which the product's library has always reported these failures.
+// DELIBERATE: compiler-made lambda names as report labels, the names under which these failures
+// have always been reported, so that searches of the log keep finding them.
 constexpr const char* kWrongTypeName =
     "Quillon::GetProductInfo::<lambda_8d7fd92c3cfc436300b86d54bc0558e7>::operator ()";
 constexpr const char* kFailedCallName =

@@ -41,7 +41,7 @@ const ITypeDescription* TypeOfLongDouble();
 // "__wchar_t": the 16-bit wide character of the platform, a class with no members.
 const ITypeDescription* TypeOfWchar();
 // "Common::GUID" (alignment 1, Data1 "unsigned int") and "GUID" (alignment 4, Data1 "unsigned
-// long"): the same bytes, and deliberately not matching each other.
+// long"): the same bytes. DELIBERATE: the two do not match each other.
 const ITypeDescription* TypeOfCommonGuid();
 const ITypeDescription* TypeOfGuid();
 

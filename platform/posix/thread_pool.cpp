@@ -98,7 +98,7 @@ thread_local const PoolObject* t_runningObject = nullptr;
 // workers that run the callbacks. The dispatcher never runs a callback itself, so a callback that
 // blocks delays neither timers nor waits.
 //
-// The pool is made on first use and deliberately never destroyed. Its threads are detached and may
+// DELIBERATE: the pool is made on first use and never destroyed. Its threads are detached and may
 // be inside a callback or waiting on its condition variables while the process runs its static
 // destructors; destroying the pool there would pull the mutex from under them, and joining them
 // from a static destructor could wait for a callback that waits for something already destroyed.

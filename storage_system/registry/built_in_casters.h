@@ -127,9 +127,9 @@ struct BuiltInCasterCategory<char16_t*> {
       return ErrorNone;
     }
 
-    // The text goes out without its terminator: the size is twice the formatter's length. A text
-    // longer than 31 characters does not fit, the length is -1, and the size passed on is
-    // deliberately twice that, 0xFFFFFFFE bytes, so that the registry write itself fails and the
+    // The text goes out without its terminator: the size is twice the formatter's length.
+    // DELIBERATE: a text longer than 31 characters does not fit, the length is -1, and the size
+    // passed on is twice that, 0xFFFFFFFE bytes, so that the registry write itself fails and the
     // report is the handler's.
     [[nodiscard]] ErrorCode Write(const void* data, std::uint32_t size) override {
       Declared value;

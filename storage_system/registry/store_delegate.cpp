@@ -100,6 +100,8 @@ ErrorCode CStoreDelegate::OpenStore(const char16_t* path, IStore** result, std::
   Platform::ComPtr<CStore> store(new (std::nothrow) CStore(m_owner));
   if (!store) {
     m_pathHelper->FreePath(nativePath);
+    // DELIBERATE: a compiler-made lambda name as the report label, the one this failure has always
+    // had.
     return RaiseError(
         "StorageSystem::Registry::CStoreDelegate::OpenStore::<lambda_b6632cc3b4d3e0936e3ef6fe4bf9cbae>::operator ()",
         ErrorOutOfMemory, nullptr);

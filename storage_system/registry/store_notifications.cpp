@@ -102,6 +102,8 @@ ErrorCode CStoreDelegate::UnqueueMonitor(IStoreMonitor* monitor) {
 
 ErrorCode CStoreDelegate::InitializeNotif() {
   Platform::HANDLE event = Platform::CreateEventW(nullptr, Platform::FALSE, Platform::FALSE, nullptr);
+  // DELIBERATE: the two failures below report under compiler-made lambda names, the labels they
+  // have always had.
   if (event == nullptr) {
     return RaiseSystemError(
         "StorageSystem::Registry::CStoreDelegate::InitializeNotif::<lambda_8306077b3ab66265f1d8acda6a075ece>::operator ()",
@@ -213,8 +215,8 @@ void CStoreDelegate::RegEventPostponeRequest() {
         if (Platform::HANDLE other = m_timer.exchange(old); other != nullptr) DeleteTimerQueueTimerSafe(other, nullptr);
         return;
       }
-      // A timer that cannot be moved is deliberately left alone: it still fires at its own time,
-      // and a new one is made for this postponement.
+      // DELIBERATE: a timer that cannot be moved is left alone: it still fires at its own time, and
+      // a new one is made for this postponement.
       static_cast<void>(RaiseSystemError(kName, Platform::GetLastError(), "ChangeTimerQueueTimer"));
     } else {
       DeleteTimerQueueTimerSafe(old, nullptr);

@@ -176,8 +176,8 @@ std::string QueryText(const Value& value) {
     case REG_SZ:
     case REG_EXPAND_SZ:
       return Utf16ToUtf8(StringOf(value.data));
-    // A big-endian double word is read in the machine's order, deliberately: Windows stores and
-    // shows it as it does any REG_DWORD, so the number matches what "reg add" was given.
+    // DELIBERATE: a big-endian double word is read in the machine's order: Windows stores and shows
+    // it as it does any REG_DWORD, so the number matches what "reg add" was given.
     case REG_DWORD:
     case REG_DWORD_BIG_ENDIAN:
     case REG_QWORD:
@@ -227,7 +227,7 @@ bool ParseData(DWORD type, const std::optional<std::u16string>& data, char16_t s
       if (!data && !quad) return false;
       unsigned long long number = 0;
       if (!ParseNumber(text, quad ? ~0ull : 0xFFFFFFFFull, quad, number)) return false;
-      // Stored in the machine's order whatever the type, deliberately, as Windows stores it.
+      // DELIBERATE: stored in the machine's order whatever the type, as Windows stores it.
       bytes.resize(quad ? 8 : 4);
       std::memcpy(bytes.data(), &number, bytes.size());
       return true;

@@ -160,7 +160,7 @@ public:
 
   LSTATUS QueryInfo(HiveKey& key, KeySummary& summary);
 
-  // Replaces the key's security descriptor (self-relative, kept as it is).
+  // Replaces the key's security descriptor (self-relative, stored unchanged).
   LSTATUS SetSecurity(HiveKey& key, std::span<const BYTE> descriptor);
 
   // Puts every change committed to the hive so far, by any process, on the disk. ERROR_SUCCESS

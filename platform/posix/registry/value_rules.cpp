@@ -35,7 +35,7 @@ bool IsStringType(DWORD type) { return type == REG_SZ || type == REG_EXPAND_SZ |
 
 constexpr std::uintptr_t kPageSize = 4096;
 
-// Whether the code unit right after the `size` bytes at `data` is a terminator. Deliberately read
+// Whether the code unit right after the `size` bytes at `data` is a terminator. DELIBERATE: read
 // past the caller's data, as Windows does: only within the page of the data's last byte, which is
 // mapped, and without the address sanitizer's check of the caller's bounds.
 [[gnu::no_sanitize_address]] bool TerminatorFollows(const BYTE* data, std::size_t size) {
