@@ -9,12 +9,12 @@
 #include "foundation/format.h"
 
 #include <algorithm>
-#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdint>
 #include <type_traits>
 
+#include "foundation/float_text.h"
 #include "foundation/format_conversion.h"
 #include "platform/utf.h"
 
@@ -23,16 +23,12 @@ namespace {
 using FormatConversion::Arguments;
 using FormatConversion::Length;
 using FormatConversion::ReadLength;
+using FormatFloat::FixedText;
+using FormatFloat::FloatText;
+using FormatFloat::GeneralText;
+using FormatFloat::ScientificText;
 
 constexpr char32_t kReplacementCharacter = 0xFFFD;
-
-// A double has no non-zero digit further than 1074 places right of the point, and no more than 767
-// significant decimal digits, so precisions beyond these only add zeros, which are written without
-// asking std::to_chars.
-constexpr int kMaxFixedPrecision = 1074;
-constexpr int kMaxScientificPrecision = 800;
-// 309 integer digits, the point and 1074 fraction digits, with room to spare.
-constexpr std::size_t kFloatTextCapacity = 1536;
 
 // The part of a destination buffer that formatting may fill. It keeps one element for the terminator,
 // counts what was written, and remembers when a code unit did not fit; from then on nothing more is
@@ -169,92 +165,6 @@ struct Directive {
   Length length = Length::None;
 };
 
-// Text of one floating-point conversion, without its sign. `extraZeros` zeros belong at `zerosAt`:
-// digits asked for by the precision beyond what a double can carry.
-struct FloatText {
-  char text[kFloatTextCapacity];
-  std::size_t length = 0;
-  std::size_t zerosAt = 0;
-  std::uint64_t extraZeros = 0;
-};
-
-void InsertAt(FloatText& body, std::size_t position, char character) {
-  std::copy_backward(body.text + position, body.text + body.length, body.text + body.length + 1);
-  body.text[position] = character;
-  ++body.length;
-}
-
-void FixedText(double magnitude, std::int64_t precision, bool alternate, FloatText& body) {
-  const int capped = static_cast<int>(std::min<std::int64_t>(precision, kMaxFixedPrecision));
-  const auto result = std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude,
-                                    std::chars_format::fixed, capped);
-  body.length = static_cast<std::size_t>(result.ptr - body.text);
-  body.extraZeros = static_cast<std::uint64_t>(precision - capped);
-  if (alternate && precision == 0) {
-    body.text[body.length++] = '.';
-  }
-  body.zerosAt = body.length;
-}
-
-std::size_t ExponentPosition(const FloatText& body) {
-  return static_cast<std::size_t>(std::find(body.text, body.text + body.length, 'e') - body.text);
-}
-
-void ScientificText(double magnitude, std::int64_t precision, bool alternate, FloatText& body) {
-  const int capped = static_cast<int>(std::min<std::int64_t>(precision, kMaxScientificPrecision));
-  const auto result = std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude,
-                                    std::chars_format::scientific, capped);
-  body.length = static_cast<std::size_t>(result.ptr - body.text);
-  body.extraZeros = static_cast<std::uint64_t>(precision - capped);
-  body.zerosAt = ExponentPosition(body);
-  if (alternate && precision == 0) {
-    InsertAt(body, body.zerosAt, '.');
-    ++body.zerosAt;
-  }
-}
-
-int ExponentOf(const FloatText& body) {
-  int exponent = 0;
-  const std::size_t position = ExponentPosition(body);
-  std::from_chars(body.text + position + (body.text[position + 1] == '+' ? 2 : 1), body.text + body.length,
-                  exponent);
-  return exponent;
-}
-
-// %g: the style of %e when the exponent is below -4 or not below the precision, else that of %f;
-// trailing zeros of the fraction go unless `#` keeps them (and then the point is always there).
-void GeneralText(double magnitude, std::int64_t precision, bool alternate, FloatText& body) {
-  const std::int64_t significant = precision == 0 ? 1 : precision;
-  ScientificText(magnitude, significant - 1, false, body);
-  const int exponent = ExponentOf(body);
-  if (significant > exponent && exponent >= -4) {
-    FixedText(magnitude, significant - 1 - exponent, false, body);
-  }
-  const std::size_t mantissaEnd = body.zerosAt;
-  const bool hasPoint = std::find(body.text, body.text + mantissaEnd, '.') != body.text + mantissaEnd;
-  if (alternate) {
-    if (!hasPoint) {
-      InsertAt(body, mantissaEnd, '.');
-      ++body.zerosAt;
-    }
-    return;
-  }
-  body.extraZeros = 0;
-  if (!hasPoint) {
-    return;
-  }
-  std::size_t end = mantissaEnd;
-  while (body.text[end - 1] == '0') {
-    --end;
-  }
-  if (body.text[end - 1] == '.') {
-    --end;
-  }
-  std::copy(body.text + mantissaEnd, body.text + body.length, body.text + end);
-  body.length -= mantissaEnd - end;
-  body.zerosAt = end;
-}
-
 // The formatting of one call: walks the format, reads the arguments and writes the output. Lives on
 // the caller's stack for the one call.
 template <typename Char>
@@ -305,6 +215,18 @@ class Formatter {
 
   // Reads one conversion directive after its '%' and writes it; false when it is malformed.
   bool Conversion(const Char*& format) {
+    Directive directive = ReadDirective(format);
+    const unsigned conversion = Unit(*format);
+    if (conversion == 0) {
+      return false;
+    }
+    ++format;
+    return Convert(directive, conversion);
+  }
+
+  // Reads the flags, width, precision and length of a directive, taking `*` widths and precisions
+  // from the arguments, and leaves `format` at the conversion character.
+  Directive ReadDirective(const Char*& format) {
     Directive directive;
     for (;; ++format) {
       const unsigned flag = Unit(*format);
@@ -345,11 +267,11 @@ class Formatter {
       }
     }
     directive.length = ReadLength(format);
-    const unsigned conversion = Unit(*format);
-    if (conversion == 0) {
-      return false;
-    }
-    ++format;
+    return directive;
+  }
+
+  // Writes the conversion `conversion` of `directive`; false when the conversion is unknown.
+  bool Convert(const Directive& directive, unsigned conversion) {
     switch (conversion) {
       case 'd':
       case 'i':

@@ -305,23 +305,9 @@ class Scanner {
     return Outcome::Continue;
   }
 
-  // A decimal number with optional sign, point and exponent, or "inf", "infinity", "nan" or
-  // "nan(...)" in any case. An exponent mark with no digit after it is not part of the field. The
-  // target is a float, with `l` a double, with `L` a long double, which gets the value of a double,
-  // as Windows' long double is one.
-  Outcome Floating(std::size_t width, Length length, bool suppress) {
-    if (length != Length::None && length != Length::Long32 && length != Length::LongDouble) {
-      return Outcome::Mismatch;
-    }
-    SkipSpace();
-    if (*m_position == 0) {
-      return Outcome::EndOfText;
-    }
-    const char16_t* cursor = m_position;
-    std::size_t remaining = width;
-    const bool negative = ReadSign(cursor, remaining);
-    double special = 0;
-    bool isSpecial = true;
+  // Reads "inf", "infinity", "nan" or "nan(...)" in any case into `special` and moves past it; false
+  // (nothing moved) when the field holds none of them.
+  bool ReadSpecial(const char16_t*& cursor, std::size_t& remaining, double& special) {
     if (MatchesWord(cursor, remaining, "infinity")) {
       cursor += 8;
       special = std::numeric_limits<double>::infinity();
@@ -341,38 +327,64 @@ class Scanner {
         }
       }
     } else {
-      isSpecial = false;
+      return false;
     }
+    return true;
+  }
 
-    DecimalDigits digits;
-    if (!isSpecial) {
-      bool sawDigit = false;
-      for (; remaining > 0 && IsDecimalDigit(*cursor); ++cursor, --remaining) {
-        digits.Add(*cursor, false);
+  // Reads the digits, point and exponent of a decimal number into `digits` and moves past them; an
+  // exponent mark with no digit after it is left. False when the field has no digit.
+  bool ReadDecimal(const char16_t*& cursor, std::size_t& remaining, DecimalDigits& digits) {
+    bool sawDigit = false;
+    for (; remaining > 0 && IsDecimalDigit(*cursor); ++cursor, --remaining) {
+      digits.Add(*cursor, false);
+      sawDigit = true;
+    }
+    if (remaining > 0 && *cursor == '.') {
+      for (++cursor, --remaining; remaining > 0 && IsDecimalDigit(*cursor); ++cursor, --remaining) {
+        digits.Add(*cursor, true);
         sawDigit = true;
       }
-      if (remaining > 0 && *cursor == '.') {
-        for (++cursor, --remaining; remaining > 0 && IsDecimalDigit(*cursor); ++cursor, --remaining) {
-          digits.Add(*cursor, true);
-          sawDigit = true;
+    }
+    if (!sawDigit) {
+      return false;
+    }
+    if (remaining > 1 && (*cursor == 'e' || *cursor == 'E')) {
+      const char16_t* exponentCursor = cursor + 1;
+      std::size_t exponentRemaining = remaining - 1;
+      const bool negativeExponent = ReadSign(exponentCursor, exponentRemaining);
+      if (exponentRemaining > 0 && IsDecimalDigit(*exponentCursor)) {
+        std::int64_t exponent = 0;
+        for (; exponentRemaining > 0 && IsDecimalDigit(*exponentCursor); ++exponentCursor, --exponentRemaining) {
+          exponent = exponent < kExponentLimit ? exponent * 10 + (*exponentCursor - '0') : exponent;
         }
+        digits.Scale(negativeExponent ? -exponent : exponent);
+        cursor = exponentCursor;
       }
-      if (!sawDigit) {
-        return Outcome::Mismatch;
-      }
-      if (remaining > 1 && (*cursor == 'e' || *cursor == 'E')) {
-        const char16_t* exponentCursor = cursor + 1;
-        std::size_t exponentRemaining = remaining - 1;
-        const bool negativeExponent = ReadSign(exponentCursor, exponentRemaining);
-        if (exponentRemaining > 0 && IsDecimalDigit(*exponentCursor)) {
-          std::int64_t exponent = 0;
-          for (; exponentRemaining > 0 && IsDecimalDigit(*exponentCursor); ++exponentCursor, --exponentRemaining) {
-            exponent = exponent < kExponentLimit ? exponent * 10 + (*exponentCursor - '0') : exponent;
-          }
-          digits.Scale(negativeExponent ? -exponent : exponent);
-          cursor = exponentCursor;
-        }
-      }
+    }
+    return true;
+  }
+
+  // A decimal number with optional sign, point and exponent, or "inf", "infinity", "nan" or
+  // "nan(...)" in any case. An exponent mark with no digit after it is not part of the field. The
+  // target is a float, with `l` a double, with `L` a long double, which gets the value of a double,
+  // as Windows' long double is one.
+  Outcome Floating(std::size_t width, Length length, bool suppress) {
+    if (length != Length::None && length != Length::Long32 && length != Length::LongDouble) {
+      return Outcome::Mismatch;
+    }
+    SkipSpace();
+    if (*m_position == 0) {
+      return Outcome::EndOfText;
+    }
+    const char16_t* cursor = m_position;
+    std::size_t remaining = width;
+    const bool negative = ReadSign(cursor, remaining);
+    double special = 0;
+    const bool isSpecial = ReadSpecial(cursor, remaining, special);
+    DecimalDigits digits;
+    if (!isSpecial && !ReadDecimal(cursor, remaining, digits)) {
+      return Outcome::Mismatch;
     }
     m_position = cursor;
     if (!suppress) {
