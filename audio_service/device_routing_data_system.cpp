@@ -15,7 +15,7 @@ namespace DeviceRouting {
 
 using namespace DataSystem;
 
-// Each model is a function-local static: built once under the thread-safe initialisation of
+// Each model is a function-local static: built once under the thread-safe initialization of
 // statics, and kept for the process's life.
 #define HALCYRA_VALUE_MODEL(function, type, id, name, defaultValue)        \
   CValueModelT<type>& function() {                                          \

@@ -36,7 +36,7 @@ public:
   // Walks every endpoint that is active, disabled or unplugged and repairs those that need it. Logs
   // one line at info level when it repaired something, one at error level when a key text did not
   // parse or a COM call of the walk failed; throws nothing. Runs synchronously on the caller's
-  // thread (the daemon's control thread), which it initialises for COM for the walk.
+  // thread (the daemon's control thread), which it initializes for COM for the walk.
   static void PatchSupportedDevices();
   // The same over `texts` instead of the product's.
   static void PatchSupportedDevices(const Texts& texts);

@@ -13,7 +13,7 @@
 // A COM object by shape that lives by value inside the module: its count starts at 1 and the module
 // holds that reference for its whole life, so the count never reaches 0. It is free-threaded, so
 // Core Audio may call it from any thread; marshaling is forwarded to the free-threaded marshaler.
-// The thread that constructs it (the first caller of an export) stays initialised for COM until the
+// The thread that constructs it (the first caller of an export) stays initialized for COM until the
 // destructor.
 #pragma once
 

@@ -37,7 +37,7 @@ public:
   void Stop();
   // Shows (true) or hides the VAD endpoints that are in the opposite state. Returns S_OK, or the
   // failure of EnumAudioEndpoints or GetCount; a failed Item is thrown as a wil::ResultException.
-  // Any thread; each call initialises COM on its thread for its length.
+  // Any thread; each call initializes COM on its thread for its length.
   Platform::HRESULT SetVadVisibility(bool show);
 
   // IUnknown and IMMNotificationClient; E_NOINTERFACE otherwise.

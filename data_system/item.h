@@ -17,7 +17,7 @@ class IDataSystem;
 
 // An item of the tree. References count on the item and on the top of its chain (the data system
 // object, or a deleted vector instance), so a client that keeps any item keeps the whole tree. The
-// counts are guarded by the tree's lock once the item is initialised.
+// counts are guarded by the tree's lock once the item is initialized.
 class IItem : public Common::IExtensible {
 public:
   virtual void AddRef() = 0;
@@ -48,7 +48,7 @@ public:
 // the item.
 class IItemInternal {
 public:
-  // Uninitialises the item if it was initialised and deletes it; a second call does nothing.
+  // Uninitializes the item if it was initialized and deletes it; a second call does nothing.
   virtual void Destroy() = 0;
   virtual std::uint32_t GetRefCount() = 0;
   // The sum of the references held on everything below the item.

@@ -41,7 +41,7 @@ public:
 // The maker of one vector instance.
 class IItemFactory {
 public:
-  // A new instance, constructed with the parent store and attached to it, not yet initialised.
+  // A new instance, constructed with the parent store and attached to it, not yet initialized.
   // ErrorOutOfMemory when it cannot be allocated.
   [[nodiscard]] virtual ErrorCode Create(IItem** item) = 0;
 

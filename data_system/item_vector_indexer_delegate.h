@@ -61,7 +61,7 @@ public:
   unsigned char notificationsOn;
 
 private:
-  // Makes, lists and initialises the instance of `physicalIndex`; `existing` 1 when it is in
+  // Makes, lists and initializes the instance of `physicalIndex`; `existing` 1 when it is in
   // storage already. On failure the instance is gone again. ErrorStlException, or the code of the
   // factory or of the instance's Init.
   [[nodiscard]] ErrorCode CreateInstance(std::uint64_t physicalIndex, std::uint32_t existing, IItem** result);

@@ -1,6 +1,6 @@
 // The schema of a data system: immutable models with a GUID and a name.
 //
-// Models are singletons built on first use under a thread-safe one-time initialisation and kept
+// Models are singletons built on first use under a thread-safe one-time initialization and kept
 // until the process ends; nothing counts references to them. A model is reached through its item or
 // through the function that makes it, never through a registry. The order of the virtual operations
 // is part of the contract.

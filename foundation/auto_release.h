@@ -21,7 +21,7 @@ public:
   CAutoReleaseT& operator=(const CAutoReleaseT&) = delete;
   ~CAutoReleaseT() { FreeBlock(m_block); }
 
-  // Replaces the held block by a new one of `count` elements (uninitialised). Returns ErrorNone, or
+  // Replaces the held block by a new one of `count` elements (uninitialized). Returns ErrorNone, or
   // ErrorOutOfMemory (reported) with no block held. Not thread-safe.
   [[nodiscard]] ErrorCode Alloc(std::size_t count) {
     static_assert(kAutoReleaseAllocName<T> != nullptr, "declare the report name of this element type");

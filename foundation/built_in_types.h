@@ -2,7 +2,7 @@
 // arrays.
 //
 // Each function returns the one description of its type, built on first use under a thread-safe
-// one-time initialisation and kept for the process's life. The names are those of the platform's
+// one-time initialization and kept for the process's life. The names are those of the platform's
 // compiler, on every platform: "unsigned long" and "long" are 4 bytes and "long double" 8, as on
 // Windows, whatever the local compiler makes of those words. So a C++ `unsigned long` of Linux has
 // no description of its own; use the fixed-width mapping of TypeDescriptionOf<T>.

@@ -49,7 +49,7 @@ struct TypeTraits {
 };
 
 // A description of one type. Exactly one object exists per type, built on first use under a
-// thread-safe one-time initialisation and kept for the process's life; every operation is a pure
+// thread-safe one-time initialization and kept for the process's life; every operation is a pure
 // query, safe from any thread. The order of the virtual operations is part of the contract.
 class ITypeDescription {
 public:

@@ -24,6 +24,6 @@ public:
 // Makes a member record on the heap and enters it on the process-wide list, which frees it at the
 // end of the process. Borrows `name` (a static string) and the descriptions. Returns null when the
 // record could not be made. Used only while a class description builds its member array, under
-// that array's one-time initialisation; any thread.
+// that array's one-time initialization; any thread.
 const ITypeMember* CreateTypeMember(const char16_t* name, const ITypeDescription* type, std::uint32_t offset,
                                     const ITypeDescription* owner);

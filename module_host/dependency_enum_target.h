@@ -13,7 +13,7 @@ namespace Daemon {
 constexpr std::uint32_t kDependencyOptional = 0x1;
 
 // One declared dependency. `module` is resolved by the daemon's manager; `interfaceSlot`, owned by
-// the depending module, receives the wanted interface while the dependency is initialised.
+// the depending module, receives the wanted interface while the dependency is initialized.
 struct DependencyRecord {
   Common::GUID moduleId;
   IModule* module = nullptr;

@@ -25,7 +25,7 @@ public:
   virtual void SetManager(IDaemonManager* manager) = 0;
   virtual const char16_t* GetName() = 0;
   virtual const char16_t* GetDisplayName() = 0;
-  // 2 while started, else 1 while initialised, else 0.
+  // 2 while started, else 1 while initialized, else 0.
   virtual std::int32_t GetState() = 0;
   // `caller` is the requesting object (module, manager or other extensible object), never null.
   [[nodiscard]] virtual ErrorCode Init(Common::IExtensible* caller) = 0;

@@ -53,7 +53,7 @@ ErrorCode AModule::Init(Common::IExtensible* caller) {
     }
     m_flags &= ~kLoadingDependencies;
     if (result != ErrorNone) return result;
-    // The count moves after the notice: the manager still sees the module uninitialised here.
+    // The count moves after the notice: the manager still sees the module uninitialized here.
     NotifyStateChanged();
   }
   ++m_initCount;

@@ -3,7 +3,7 @@
 // Several clients (the daemon and other modules) may hold a module up at once, so Init and Start
 // are counted: only the first Init, the first Start, the last Stop and the last Uninit do work.
 // Each request writes one trace line. Dependencies declared by EnumDependencies are resolved,
-// initialised, started and stopped along. Requests come one at a time from the daemon's control
+// initialized, started and stopped along. Requests come one at a time from the daemon's control
 // thread, so nothing here locks and the counts are plain.
 #pragma once
 
@@ -48,7 +48,7 @@ protected:
   // Resolves the declared dependencies through the manager, once. Returns ErrorNone, ErrorNotFound
   // (reported) for a required module the daemon lacks, or ErrorStlException.
   [[nodiscard]] ErrorCode LoadDependencies();
-  // Initialises the dependencies and fetches their interfaces. Returns ErrorNone, the failing code
+  // Initializes the dependencies and fetches their interfaces. Returns ErrorNone, the failing code
   // of a required dependency's Init, or ErrorNotFound (reported) for a required interface.
   [[nodiscard]] ErrorCode InitDependencies();
   void UninitDependencies();

@@ -1,5 +1,5 @@
 // The COM subset the system uses: IUnknown, the free-threaded marshaler, per-thread
-// initialisation, object creation through class factories, and the task memory allocator.
+// initialization, object creation through class factories, and the task memory allocator.
 //
 // Interfaces are declared with the slot order of the real ones, so that on Windows real objects
 // and ours are interchangeable. On Linux a small runtime stands in for the system's.
@@ -42,13 +42,13 @@ public:
   virtual HRESULT DisconnectObject(DWORD reserved) = 0;
 };
 
-// Initialises COM on the calling thread: S_OK the first time, S_FALSE when already initialised.
+// Initializes COM on the calling thread: S_OK the first time, S_FALSE when already initialized.
 // Each successful call (S_OK or S_FALSE) is paired with one CoUninitialize on the same thread.
 HRESULT CoInitialize(void* reserved);
 void CoUninitialize();
 
-// Initialises COM on the calling thread for the life of the scope, and undoes it at the end when
-// the initialisation succeeded. Declare it before the COM references of the scope, so that they are
+// Initializes COM on the calling thread for the life of the scope, and undoes it at the end when
+// the initialization succeeded. Declare it before the COM references of the scope, so that they are
 // released first.
 class ComInitializeScope {
 public:
@@ -92,7 +92,7 @@ constexpr HRESULT CLASS_E_NOAGGREGATION = static_cast<HRESULT>(0x80040110u);
 // only, the system. A class found in a table is final: its factory's answer is returned as it
 // stands. Returns S_OK, E_POINTER for a null `object`, E_INVALIDARG for a context without any of
 // the CLSCTX bits, REGDB_E_CLASSNOTREG when nobody knows the class, or the factory's failure; on
-// failure `object` is null. Any thread; the calling thread need not have initialised COM on Linux.
+// failure `object` is null. Any thread; the calling thread need not have initialized COM on Linux.
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object);
 
 // Registers `factory` for `clsid` in the process class table, which then holds a reference on it

@@ -10,7 +10,7 @@ struct CRITICAL_SECTION {
   alignas(16) unsigned char storage[64];
 };
 
-// Initialises `section`; the spin count is a hint. Returns FALSE on failure.
+// Initializes `section`; the spin count is a hint. Returns FALSE on failure.
 BOOL InitializeCriticalSectionAndSpinCount(CRITICAL_SECTION* section, DWORD spinCount);
 void DeleteCriticalSection(CRITICAL_SECTION* section);
 

@@ -10,7 +10,7 @@ struct SAdoptLock {};
 inline constexpr SAdoptLock kAdoptLock{};
 
 // Takes `lock` for the life of the scope. A null lock guards nothing: the data system hands one in
-// before its tree is initialised, when no other thread can reach it yet.
+// before its tree is initialized, when no other thread can reach it yet.
 class CLockGuard {
 public:
   explicit CLockGuard(ILock* lock) : m_lock(lock) {

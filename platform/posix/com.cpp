@@ -1,4 +1,4 @@
-// The COM runtime on Linux: per-thread initialisation and the free-threaded marshaler.
+// The COM runtime on Linux: per-thread initialization and the free-threaded marshaler.
 //
 // There are no apartments here: every object is reachable from every thread, which is what the
 // free-threaded marshaler declares on Windows. Its marshaling operations therefore only describe

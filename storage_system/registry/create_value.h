@@ -8,7 +8,7 @@
 
 namespace StorageSystem::Registry {
 
-// Makes the value object that OpenValue initialises for the declared `type` (may be null) on
+// Makes the value object that OpenValue initializes for the declared `type` (may be null) on
 // `store`: a native value for no type or a native one, else a caster, else a compound value
 // through a serializer. `*value` receives it with one reference (holding one on `store`), and
 // `*effectiveType` the native type to store. ErrorNotSupported ("Type %s is not supported") when

@@ -163,7 +163,7 @@ TEST_F(DefaultNoiseReductionTest, WithoutTheProductKeyTheSearchRunsAndNothingIsR
 TEST_F(DefaultNoiseReductionTest, WithoutAnEnumeratorTheServiceIsReleasedAndNothingIsWalked) {
   AddRender(u"{1A000000-0000-4000-8000-000000000001}", kMatchingId);
   machine.audio.Calls().FailCalls("CoCreateInstance", E_FAIL, Simulator::GuidString(CLSID_MMDeviceEnumerator));
-  // On a thread of its own: this way out leaves the thread initialised for COM.
+  // On a thread of its own: this way out leaves the thread initialized for COM.
   HRESULT next = E_FAIL;
   std::thread([&] {
     ApplyDefaultNoiseReduction();

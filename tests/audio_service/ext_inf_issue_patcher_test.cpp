@@ -258,7 +258,7 @@ TEST_F(ExtInfIssuePatcherTest, AFailingWriteStillCountsAsPatched) {
 TEST_F(ExtInfIssuePatcherTest, TheWalkLeavesItsComApartmentAndReleasesWhatItHeld) {
   AddProductEndpoint(kKey1);
   ExtInfIssuePatcher::PatchSupportedDevices();
-  // A balanced walk leaves the thread as it found it: the next initialisation is the first again.
+  // A balanced walk leaves the thread as it found it: the next initialization is the first again.
   EXPECT_EQ(CoInitialize(nullptr), S_OK);
   CoUninitialize();
 }

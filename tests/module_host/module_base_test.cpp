@@ -30,7 +30,7 @@ protected:
   TestModule module{u"Main", &journal};
 };
 
-TEST_F(ModuleBaseTest, TwoInitsAndOneUninitLeaveTheModuleInitialised) {
+TEST_F(ModuleBaseTest, TwoInitsAndOneUninitLeaveTheModuleInitialized) {
   EXPECT_EQ(module.Init(&manager), ErrorNone);
   EXPECT_EQ(module.Init(&manager), ErrorNone);
   module.Uninit(&manager);
@@ -244,7 +244,7 @@ TEST_F(ModuleBaseTest, RequiredInterfaceIsFetchedIntoItsSlotAndClearedByUninit) 
   EXPECT_EQ(slot, nullptr);
 }
 
-TEST_F(ModuleBaseTest, MissingRequiredInterfaceUninitialisesAllAndFails) {
+TEST_F(ModuleBaseTest, MissingRequiredInterfaceUninitializesAllAndFails) {
   Testing::DebugChannelCapture capture;
   TestModule dependency(u"Dep");
   manager.modules = {{kFirstId, &dependency}};
@@ -259,7 +259,7 @@ TEST_F(ModuleBaseTest, MissingRequiredInterfaceUninitialisesAllAndFails) {
             "{0000000A-0000-0000-0000-000000000000}, which was not found in daemon module Dep.\n");
 }
 
-TEST_F(ModuleBaseTest, OptionalDependencyFailingInitIsDroppedAndTheLastIsInitialisedOnceMore) {
+TEST_F(ModuleBaseTest, OptionalDependencyFailingInitIsDroppedAndTheLastIsInitializedOnceMore) {
   Testing::DebugChannelCapture capture;
   LogSetLevel(LogLevelInfo);
   TestModule first(u"First", &journal), optional(u"Optional", &journal), third(u"Third", &journal);
@@ -285,11 +285,11 @@ TEST_F(ModuleBaseTest, OptionalDependencyFailingInitIsDroppedAndTheLastIsInitial
   module.Uninit(&manager);
   EXPECT_EQ(journal, (std::vector<std::string>{"Uninit Main", "Uninit Third", "Uninit First"}));
   EXPECT_EQ(first.GetState(), 0);
-  EXPECT_EQ(third.GetState(), 1) << "Third was initialised twice and uninitialised once";
+  EXPECT_EQ(third.GetState(), 1) << "Third was initialized twice and uninitialized once";
   EXPECT_EQ(optional.GetState(), 0);
 }
 
-TEST_F(ModuleBaseTest, FourthRequiredDependencyFailingInitUninitialisesAllButTheThird) {
+TEST_F(ModuleBaseTest, FourthRequiredDependencyFailingInitUninitializesAllButTheThird) {
   Testing::DebugChannelCapture capture;
   LogSetLevel(LogLevelInfo);
   constexpr Common::GUID kFourthId = Common::GuidLiteral("00000004-0000-0000-0000-000000000000");
@@ -319,7 +319,7 @@ TEST_F(ModuleBaseTest, FourthRequiredDependencyFailingInitUninitialisesAllButThe
   EXPECT_TRUE(capture.Writes().empty()) << "the failing dependency's code passes on without a line of its own";
 }
 
-TEST_F(ModuleBaseTest, SecondRequiredDependencyFailingInitUninitialisesNothing) {
+TEST_F(ModuleBaseTest, SecondRequiredDependencyFailingInitUninitializesNothing) {
   TestModule first(u"First", &journal), second(u"Second", &journal);
   second.initResult = ErrorGeneric;
   manager.modules = {{kFirstId, &first}, {kSecondId, &second}};
@@ -331,7 +331,7 @@ TEST_F(ModuleBaseTest, SecondRequiredDependencyFailingInitUninitialisesNothing) 
   EXPECT_EQ(journal, (std::vector<std::string>{"Init Main", "Init First", "Init Second"}));
   EXPECT_EQ(first.GetState(), 1);
   EXPECT_TRUE(module.Dependencies().empty());
-  // The next Init begins afresh and initialises First a second time.
+  // The next Init begins afresh and initializes First a second time.
   second.initResult = ErrorNone;
   journal.clear();
   ASSERT_EQ(module.Init(&manager), ErrorNone);

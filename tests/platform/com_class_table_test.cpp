@@ -66,7 +66,7 @@ public:
 
 int MakerOf(void* object) { return static_cast<Made*>(static_cast<IUnknown*>(object))->maker; }
 
-// COM is initialised on the test's thread: on Windows a class that no table knows goes on to the
+// COM is initialized on the test's thread: on Windows a class that no table knows goes on to the
 // system, which answers CO_E_NOTINITIALIZED on a thread without COM.
 class ProcessClassTableTest : public ::testing::Test {
 protected:

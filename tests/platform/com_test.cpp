@@ -27,7 +27,7 @@ public:
   IUnknown* inner = nullptr;
 };
 
-TEST(ComTest, FirstInitialiseOfAThreadGivesOkAndLaterOnesFalse) {
+TEST(ComTest, FirstInitializeOfAThreadGivesOkAndLaterOnesFalse) {
   std::thread([] {
     EXPECT_EQ(CoInitialize(nullptr), S_OK);
     EXPECT_EQ(CoInitialize(nullptr), S_FALSE);

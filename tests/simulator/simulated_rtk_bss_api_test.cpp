@@ -22,7 +22,7 @@ protected:
   IRtkBssApi* api = nullptr;
 };
 
-TEST_F(SimulatedRtkBssApiTest, ModeIsKeptPerEndpointOnceInitialised) {
+TEST_F(SimulatedRtkBssApiTest, ModeIsKeptPerEndpointOnceInitialized) {
   std::u16string id = AddEndpoint(eCapture, kKey1);
   DWORD mode = 9;
   EXPECT_EQ(api->GetBssMode(&mode), E_UNEXPECTED);

@@ -184,7 +184,7 @@ private:
 
   // Opening (hive_open.cpp). Each returns ERROR_SUCCESS, ERROR_BADDB for a file that is not a hive
   // (reported once), or the error of the failed SQLite step.
-  LSTATUS Initialise();
+  LSTATUS Initialize();
   LSTATUS Probe(bool& empty, bool& hasKeys);
   LSTATUS FindStaleVolatileKeys(bool& stale);
   // Creates what a new hive lacks and removes the volatile keys of other boots, in one transaction.

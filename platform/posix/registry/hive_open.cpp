@@ -122,7 +122,7 @@ LSTATUS RegistryHive::Open(const std::string& folder, const std::string& name, c
   int persist = 1;
   sqlite3_file_control(opened->m_db, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
 
-  LSTATUS status = opened->Initialise();
+  LSTATUS status = opened->Initialize();
   if (status == ERROR_SUCCESS) status = opened->PrepareStatements();
   if (status != ERROR_SUCCESS) return status;
   if (inMemory) opened->m_writable = false;
@@ -131,7 +131,7 @@ LSTATUS RegistryHive::Open(const std::string& folder, const std::string& name, c
   return ERROR_SUCCESS;
 }
 
-LSTATUS RegistryHive::Initialise() {
+LSTATUS RegistryHive::Initialize() {
   // Commits reach the operating system at once (a killed process loses nothing) and the disk at
   // checkpoints, which the checkpointer does in the background; the WAL file keeps its size
   // between them, since writing into blocks it already has is cheaper than growing.
