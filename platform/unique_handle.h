@@ -21,27 +21,29 @@ public:
 
   UniqueHandle() = default;
   explicit UniqueHandle(Type handle) : m_handle(handle) {}
-  UniqueHandle(UniqueHandle&& other) noexcept : m_handle(other.release()) {}
+  UniqueHandle(UniqueHandle&& other) noexcept : m_handle(other.Detach()) {}
   UniqueHandle& operator=(UniqueHandle&& other) noexcept {
-    reset(other.release());
+    Reset(other.Detach());
     return *this;
   }
   UniqueHandle(const UniqueHandle&) = delete;
   UniqueHandle& operator=(const UniqueHandle&) = delete;
-  ~UniqueHandle() { reset(); }
+  ~UniqueHandle() { Reset(); }
 
-  Type get() const { return m_handle; }
+  Type Get() const { return m_handle; }
   explicit operator bool() const { return m_handle != Traits::Invalid(); }
 
   // Receives a new handle from a function with an out parameter; closes the old one first.
-  Type* put() {
-    reset();
+  Type* Put() {
+    Reset();
     return &m_handle;
   }
 
-  Type release() { return std::exchange(m_handle, Traits::Invalid()); }
+  // Gives up ownership; the caller closes the returned handle.
+  Type Detach() { return std::exchange(m_handle, Traits::Invalid()); }
 
-  void reset(Type handle = Traits::Invalid()) {
+  // Closes the held handle and takes over `handle`.
+  void Reset(Type handle = Traits::Invalid()) {
     Type old = std::exchange(m_handle, handle);
     if (old != Traits::Invalid()) Traits::Close(old);
   }

@@ -35,10 +35,10 @@ std::optional<DWORD> ComponentSettings::ReadNumber(const std::u16string& path, c
 HRESULT ComponentSettings::WriteNumber(const std::u16string& path, const std::u16string& name, DWORD value) const {
   UniqueKey key;
   LSTATUS status = RegCreateKeyExW(m_root.hive, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr,
-                                   key.put(), nullptr);
+                                   key.Put(), nullptr);
   if (status == ERROR_SUCCESS) {
     status =
-        RegSetValueExW(key.get(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof(value));
+        RegSetValueExW(key.Get(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof(value));
   }
   return HRESULT_FROM_WIN32(status);
 }

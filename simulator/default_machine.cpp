@@ -47,12 +47,12 @@ SeedResult SeedDefaultMachine(const EndpointRegistry& endpoints) {
   UniqueKey key;
   DWORD disposition = 0;
   LONG status = RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"SOFTWARE\\Velorin\\VelorinV3", 0, nullptr,
-                                REG_OPTION_NON_VOLATILE, KEY_READ | KEY_WRITE, nullptr, key.put(), &disposition);
+                                REG_OPTION_NON_VOLATILE, KEY_READ | KEY_WRITE, nullptr, key.Put(), &disposition);
   if (status == ERROR_SUCCESS) {
     seeded.productKeysCreated = disposition == REG_CREATED_NEW_KEY;
     UniqueKey application;
-    status = RegCreateKeyExW(key.get(), u"AudioApplication", 0, nullptr, REG_OPTION_NON_VOLATILE,
-                             KEY_READ | KEY_WRITE, nullptr, application.put(), &disposition);
+    status = RegCreateKeyExW(key.Get(), u"AudioApplication", 0, nullptr, REG_OPTION_NON_VOLATILE,
+                             KEY_READ | KEY_WRITE, nullptr, application.Put(), &disposition);
     seeded.productKeysCreated = seeded.productKeysCreated || disposition == REG_CREATED_NEW_KEY;
   }
   if (status != ERROR_SUCCESS) seeded.result = HRESULT_FROM_WIN32(status);

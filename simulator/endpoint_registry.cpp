@@ -101,7 +101,7 @@ std::u16string UpperName(std::u16string name) {
 
 LONG CreateKey(HKEY root, const std::u16string& path, UniqueKey& key) {
   return RegCreateKeyExW(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_READ | KEY_WRITE, nullptr,
-                         key.put(), nullptr);
+                         key.Put(), nullptr);
 }
 
 }  // namespace
@@ -240,9 +240,9 @@ bool EndpointRegistry::ReadEndpoint(HKEY flowKey, EDataFlow flow, const std::u16
     return false;
   }
   UniqueKey key;
-  if (RegOpenKeyExW(flowKey, keyName.c_str(), 0, KEY_READ, key.put()) != ERROR_SUCCESS) return false;
+  if (RegOpenKeyExW(flowKey, keyName.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS) return false;
   StoredValue state;
-  if (!ReadValue(key.get(), kDeviceState, state)) {
+  if (!ReadValue(key.Get(), kDeviceState, state)) {
     m_report(where + u" is refused: it has no DeviceState value");
     return false;
   }
@@ -266,10 +266,10 @@ std::vector<Endpoint> EndpointRegistry::List(EDataFlow flow, DWORD stateMask) co
   for (EDataFlow each : {eRender, eCapture}) {
     if (flow != eAll && flow != each) continue;
     UniqueKey flowKey;
-    if (RegOpenKeyExW(m_root.hive, FlowPath(each).c_str(), 0, KEY_READ, flowKey.put()) != ERROR_SUCCESS) continue;
-    for (const std::u16string& name : SubkeyNames(flowKey.get())) {
+    if (RegOpenKeyExW(m_root.hive, FlowPath(each).c_str(), 0, KEY_READ, flowKey.Put()) != ERROR_SUCCESS) continue;
+    for (const std::u16string& name : SubkeyNames(flowKey.Get())) {
       Endpoint endpoint;
-      if (ReadEndpoint(flowKey.get(), each, name, endpoint) && (endpoint.state & stateMask) != 0) {
+      if (ReadEndpoint(flowKey.Get(), each, name, endpoint) && (endpoint.state & stateMask) != 0) {
         endpoints.push_back(std::move(endpoint));
       }
     }
@@ -295,17 +295,17 @@ bool EndpointRegistry::Find(const char16_t* id, Endpoint& endpoint) const {
   }
   if (!IsBracedGuid(keyName)) return false;
   UniqueKey flowKey;
-  if (RegOpenKeyExW(m_root.hive, FlowPath(flow).c_str(), 0, KEY_READ, flowKey.put()) != ERROR_SUCCESS) return false;
-  return ReadEndpoint(flowKey.get(), flow, keyName, endpoint);
+  if (RegOpenKeyExW(m_root.hive, FlowPath(flow).c_str(), 0, KEY_READ, flowKey.Put()) != ERROR_SUCCESS) return false;
+  return ReadEndpoint(flowKey.Get(), flow, keyName, endpoint);
 }
 
 StoredProperties EndpointRegistry::ReadStore(const Endpoint& endpoint, bool fxStore) const {
   StoredProperties properties;
   UniqueKey store;
-  if (RegOpenKeyExW(m_root.hive, StorePath(endpoint, fxStore).c_str(), 0, KEY_READ, store.put()) != ERROR_SUCCESS) {
+  if (RegOpenKeyExW(m_root.hive, StorePath(endpoint, fxStore).c_str(), 0, KEY_READ, store.Put()) != ERROR_SUCCESS) {
     return properties;
   }
-  for (auto& [name, stored] : ReadValues(store.get())) {
+  for (auto& [name, stored] : ReadValues(store.Get())) {
     const std::u16string where = u"Simulator: the property " + std::u16string(FlowName(endpoint.flow)) + u"\\" +
                                  endpoint.keyName + u"\\" + StoreName(fxStore) + u"\\" + name;
     PROPERTYKEY key;
@@ -338,14 +338,14 @@ HRESULT EndpointRegistry::ReadProperty(const Endpoint& endpoint, bool fxStore, c
                                        PROPVARIANT& value) const {
   value = PROPVARIANT{};
   UniqueKey endpointKey;
-  if (RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_READ, endpointKey.put()) != ERROR_SUCCESS) {
+  if (RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_READ, endpointKey.Put()) != ERROR_SUCCESS) {
     return E_NOTFOUND;
   }
   UniqueKey store;
-  if (RegOpenKeyExW(endpointKey.get(), StoreName(fxStore), 0, KEY_READ, store.put()) != ERROR_SUCCESS) return S_OK;
+  if (RegOpenKeyExW(endpointKey.Get(), StoreName(fxStore), 0, KEY_READ, store.Put()) != ERROR_SUCCESS) return S_OK;
   const std::u16string name = PropertyValueName(key);
   StoredValue stored;
-  if (!ReadValue(store.get(), name.c_str(), stored)) return S_OK;
+  if (!ReadValue(store.Get(), name.c_str(), stored)) return S_OK;
   if (!ToPropertyValue(stored, value)) {
     m_report(u"Simulator: the property " + std::u16string(FlowName(endpoint.flow)) + u"\\" + endpoint.keyName +
              u"\\" + StoreName(fxStore) + u"\\" + name + u" is ignored: registry type " + Number(stored.type) +
@@ -358,22 +358,22 @@ HRESULT EndpointRegistry::ReadProperty(const Endpoint& endpoint, bool fxStore, c
 HRESULT EndpointRegistry::WriteProperty(const Endpoint& endpoint, bool fxStore, const PROPERTYKEY& key,
                                         const PROPVARIANT& value) const {
   UniqueKey endpointKey;
-  if (RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_READ, endpointKey.put()) != ERROR_SUCCESS) {
+  if (RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_READ, endpointKey.Put()) != ERROR_SUCCESS) {
     return E_NOTFOUND;
   }
   const std::u16string name = PropertyValueName(key);
   UniqueKey store;
   if (value.vt == VT_EMPTY) {
-    if (RegOpenKeyExW(endpointKey.get(), StoreName(fxStore), 0, KEY_WRITE, store.put()) != ERROR_SUCCESS) return S_OK;
-    LONG status = RegDeleteValueW(store.get(), name.c_str());
+    if (RegOpenKeyExW(endpointKey.Get(), StoreName(fxStore), 0, KEY_WRITE, store.Put()) != ERROR_SUCCESS) return S_OK;
+    LONG status = RegDeleteValueW(store.Get(), name.c_str());
     return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(status);
   }
   StoredValue stored;
   if (!ToStoredValue(value, stored)) return DISP_E_BADVARTYPE;
-  if (LONG status = CreateKey(endpointKey.get(), StoreName(fxStore), store); status != ERROR_SUCCESS) {
+  if (LONG status = CreateKey(endpointKey.Get(), StoreName(fxStore), store); status != ERROR_SUCCESS) {
     return HRESULT_FROM_WIN32(status);
   }
-  LONG status = RegSetValueExW(store.get(), name.c_str(), 0, stored.type, stored.data.data(),
+  LONG status = RegSetValueExW(store.Get(), name.c_str(), 0, stored.type, stored.data.data(),
                                static_cast<DWORD>(stored.data.size()));
   return HRESULT_FROM_WIN32(status);
 }
@@ -381,11 +381,11 @@ HRESULT EndpointRegistry::WriteProperty(const Endpoint& endpoint, bool fxStore, 
 std::vector<PROPERTYKEY> EndpointRegistry::PropertyKeys(const Endpoint& endpoint, bool fxStore) const {
   std::vector<PROPERTYKEY> keys;
   UniqueKey store;
-  if (RegOpenKeyExW(m_root.hive, StorePath(endpoint, fxStore).c_str(), 0, KEY_READ, store.put()) != ERROR_SUCCESS) {
+  if (RegOpenKeyExW(m_root.hive, StorePath(endpoint, fxStore).c_str(), 0, KEY_READ, store.Put()) != ERROR_SUCCESS) {
     return keys;
   }
   StoredProperties valid = ReadStore(endpoint, fxStore);
-  for (auto& [name, stored] : ReadValues(store.get())) {
+  for (auto& [name, stored] : ReadValues(store.Get())) {
     PROPERTYKEY key;
     if (valid.count(UpperName(name)) != 0 && ParsePropertyValueName(name, key)) keys.push_back(key);
   }
@@ -394,10 +394,10 @@ std::vector<PROPERTYKEY> EndpointRegistry::PropertyKeys(const Endpoint& endpoint
 
 HRESULT EndpointRegistry::SetState(const Endpoint& endpoint, DWORD state) const {
   UniqueKey key;
-  LONG status = RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_WRITE, key.put());
+  LONG status = RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_WRITE, key.Put());
   if (status == ERROR_FILE_NOT_FOUND) return E_NOTFOUND;
   if (status == ERROR_SUCCESS) {
-    status = RegSetValueExW(key.get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&state),
+    status = RegSetValueExW(key.Get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&state),
                             sizeof(state));
   }
   return HRESULT_FROM_WIN32(status);
@@ -415,10 +415,10 @@ DWORD EndpointRegistry::BssMode(const Endpoint& endpoint) const {
 
 HRESULT EndpointRegistry::SetBssMode(const Endpoint& endpoint, DWORD mode) const {
   UniqueKey key;
-  LONG status = RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_WRITE, key.put());
+  LONG status = RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_WRITE, key.Put());
   if (status == ERROR_FILE_NOT_FOUND) return E_NOTFOUND;
   if (status == ERROR_SUCCESS) {
-    status = RegSetValueExW(key.get(), kBssMode, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&mode), sizeof(mode));
+    status = RegSetValueExW(key.Get(), kBssMode, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&mode), sizeof(mode));
   }
   return HRESULT_FROM_WIN32(status);
 }
@@ -427,16 +427,16 @@ HRESULT EndpointRegistry::Create(const EndpointDefinition& definition) const {
   UniqueKey key;
   LONG status = CreateKey(m_root.hive, FlowPath(definition.flow) + u"\\" + definition.keyName, key);
   if (status != ERROR_SUCCESS) return HRESULT_FROM_WIN32(status);
-  status = RegSetValueExW(key.get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&definition.state),
+  status = RegSetValueExW(key.Get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&definition.state),
                           sizeof(definition.state));
   for (bool fxStore : {false, true}) {
     const auto& properties = fxStore ? definition.textFxProperties : definition.textProperties;
     UniqueKey store;
-    if (status == ERROR_SUCCESS) status = CreateKey(key.get(), StoreName(fxStore), store);
+    if (status == ERROR_SUCCESS) status = CreateKey(key.Get(), StoreName(fxStore), store);
     for (const auto& [propertyKey, text] : properties) {
       if (status != ERROR_SUCCESS) break;
       const std::u16string name = PropertyValueName(propertyKey);
-      status = RegSetValueExW(store.get(), name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+      status = RegSetValueExW(store.Get(), name.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
                               static_cast<DWORD>((text.size() + 1) * sizeof(char16_t)));
     }
   }
@@ -446,8 +446,8 @@ HRESULT EndpointRegistry::Create(const EndpointDefinition& definition) const {
 bool EndpointRegistry::HasAnyEndpointKey() const {
   for (EDataFlow flow : {eRender, eCapture}) {
     UniqueKey flowKey;
-    if (RegOpenKeyExW(m_root.hive, FlowPath(flow).c_str(), 0, KEY_READ, flowKey.put()) != ERROR_SUCCESS) continue;
-    if (!SubkeyNames(flowKey.get()).empty()) return true;
+    if (RegOpenKeyExW(m_root.hive, FlowPath(flow).c_str(), 0, KEY_READ, flowKey.Put()) != ERROR_SUCCESS) continue;
+    if (!SubkeyNames(flowKey.Get()).empty()) return true;
   }
   return false;
 }

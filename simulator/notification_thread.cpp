@@ -43,7 +43,7 @@ NotificationThread::NotificationThread(AudioSystemState& state)
 
 NotificationThread::~NotificationThread() {
   m_stopping = true;
-  SetEvent(m_changed.get());
+  SetEvent(m_changed.Get());
   m_thread.join();
 }
 
@@ -53,7 +53,7 @@ void NotificationThread::WaitUntilWatching() {
 }
 
 bool NotificationThread::Arm(HKEY root) {
-  LONG status = RegNotifyChangeKeyValue(root, TRUE, kWatchedChanges, m_changed.get(), TRUE);
+  LONG status = RegNotifyChangeKeyValue(root, TRUE, kWatchedChanges, m_changed.Get(), TRUE);
   if (status == ERROR_SUCCESS) return true;
   m_state.Report(u"Simulator: the endpoints cannot be watched: RegNotifyChangeKeyValue failed with " +
                  Utf8ToUtf16(std::to_string(status)));
@@ -65,13 +65,13 @@ void NotificationThread::Run() {
   const AudioRoot& root = m_state.Endpoints().Root();
   UniqueKey rootKey;
   LONG status = RegCreateKeyExW(root.hive, root.path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_READ, nullptr,
-                                rootKey.put(), nullptr);
+                                rootKey.Put(), nullptr);
   bool watching = false;
   if (status != ERROR_SUCCESS) {
     m_state.Report(u"Simulator: the endpoints cannot be watched: their key cannot be opened (error " +
                    Utf8ToUtf16(std::to_string(status)) + u")");
   } else {
-    watching = m_changed && Arm(rootKey.get());
+    watching = m_changed && Arm(rootKey.Get());
   }
   std::vector<EndpointSnapshot> seen = watching ? m_state.Endpoints().Snapshot() : std::vector<EndpointSnapshot>();
   {
@@ -80,8 +80,8 @@ void NotificationThread::Run() {
   }
   m_watchingChanged.notify_all();
   if (!watching) return;
-  while (WaitForSingleObject(m_changed.get(), INFINITE) == WAIT_OBJECT_0 && !m_stopping) {
-    if (!Arm(rootKey.get())) return;
+  while (WaitForSingleObject(m_changed.Get(), INFINITE) == WAIT_OBJECT_0 && !m_stopping) {
+    if (!Arm(rootKey.Get())) return;
     std::vector<EndpointSnapshot> now = m_state.Endpoints().Snapshot();
     Deliver(seen, now);
     seen = std::move(now);

@@ -49,17 +49,17 @@ std::int64_t Now() {
 
 UniqueKey CreateKey(HKEY parent, const std::u16string& path) {
   UniqueKey key;
-  RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr);
+  RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr);
   return key;
 }
 
 void RegGetValueOfADword(benchmark::State& state) {
   UniqueKey key = CreateKey(HKEY_CURRENT_USER, std::u16string(kBase) + u"\\Get");
   DWORD number = 1234;
-  RegSetValueExW(key.get(), u"Number", 0, REG_DWORD, reinterpret_cast<BYTE*>(&number), 4);
+  RegSetValueExW(key.Get(), u"Number", 0, REG_DWORD, reinterpret_cast<BYTE*>(&number), 4);
   for (auto _ : state) {
     DWORD value = 0, size = 4;
-    LSTATUS status = RegGetValueW(key.get(), nullptr, u"Number", RRF_RT_REG_DWORD, nullptr, &value, &size);
+    LSTATUS status = RegGetValueW(key.Get(), nullptr, u"Number", RRF_RT_REG_DWORD, nullptr, &value, &size);
     benchmark::DoNotOptimize(status);
     benchmark::DoNotOptimize(value);
   }
@@ -117,14 +117,14 @@ void EnumerateAThousandSubKeys(benchmark::State& state) {
   for (int i = 0; i < 1000; ++i) {
     char name[16];
     std::snprintf(name, sizeof(name), "Key%04d", i);
-    CreateKey(parent.get(), Utf8ToUtf16(name));
+    CreateKey(parent.Get(), Utf8ToUtf16(name));
   }
   for (auto _ : state) {
     DWORD count = 0;
     for (DWORD index = 0;; ++index) {
       char16_t name[256];
       DWORD length = 256;
-      if (RegEnumKeyExW(parent.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+      if (RegEnumKeyExW(parent.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
       ++count;
     }
     if (count != 1000) state.SkipWithError("enumeration did not see 1000 sub-keys");
@@ -146,18 +146,18 @@ void NotificationLatencyAcrossProcesses(benchmark::State& state) {
     std::vector<double> latencies;
     std::map<std::int64_t, std::int64_t> wakes;  // write start: wake
     const DWORD filter = REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC;
-    RegNotifyChangeKeyValue(watched.get(), TRUE, filter, event.get(), TRUE);
+    RegNotifyChangeKeyValue(watched.Get(), TRUE, filter, event.Get(), TRUE);
     // The writer runs as a process of its own, waited for by a thread of this one.
     std::string command =
         "'" + g_program + "' --notify-writer '" + times + "' " + std::to_string(state.range(0));
     int writerResult = -1;
     std::thread writer([&] { writerResult = std::system(command.c_str()); });
-    while (WaitForSingleObject(event.get(), 5000) == WAIT_OBJECT_0) {
+    while (WaitForSingleObject(event.Get(), 5000) == WAIT_OBJECT_0) {
       std::int64_t woken = Now();
       std::int64_t written = 0;
       DWORD size = 8;
-      RegNotifyChangeKeyValue(watched.get(), TRUE, filter, event.get(), TRUE);
-      if (RegGetValueW(watched.get(), nullptr, u"Time", RRF_RT_REG_QWORD, nullptr, &written, &size) == ERROR_SUCCESS) {
+      RegNotifyChangeKeyValue(watched.Get(), TRUE, filter, event.Get(), TRUE);
+      if (RegGetValueW(watched.Get(), nullptr, u"Time", RRF_RT_REG_QWORD, nullptr, &written, &size) == ERROR_SUCCESS) {
         latencies.push_back(static_cast<double>(woken - written) / 1000.0);
         wakes[written] = woken;
       }

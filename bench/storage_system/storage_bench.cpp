@@ -60,7 +60,7 @@ IStorageSystem* OpenBenchStorage() {
 // The storage system's own key of the benchmarks, opened as the storage system opens it.
 Platform::UniqueKey OpenBareKey() {
   Platform::UniqueKey key;
-  Platform::RegOpenKeyExW(Platform::HKEY_CURRENT_USER, kBase, 0, 0x2011F, key.put());
+  Platform::RegOpenKeyExW(Platform::HKEY_CURRENT_USER, kBase, 0, 0x2011F, key.Put());
   return key;
 }
 
@@ -102,7 +102,7 @@ void ReadDwordBareRegGetValueW(benchmark::State& state) {
     Platform::DWORD type = Platform::REG_DWORD;
     Platform::DWORD size = sizeof read;
     Platform::LSTATUS status =
-        Platform::RegGetValueW(key.get(), nullptr, u"Number", Platform::RRF_RT_REG_DWORD, &type, &read, &size);
+        Platform::RegGetValueW(key.Get(), nullptr, u"Number", Platform::RRF_RT_REG_DWORD, &type, &read, &size);
     benchmark::DoNotOptimize(status);
     benchmark::DoNotOptimize(read);
   }
@@ -140,7 +140,7 @@ void WriteDwordBareRegSetValueExW(benchmark::State& state) {
   Platform::DWORD number = 0;
   for (auto _ : state) {
     ++number;
-    Platform::LSTATUS status = Platform::RegSetValueExW(key.get(), u"Written", 0, Platform::REG_DWORD,
+    Platform::LSTATUS status = Platform::RegSetValueExW(key.Get(), u"Written", 0, Platform::REG_DWORD,
                                                         reinterpret_cast<const Platform::BYTE*>(&number), 4);
     benchmark::DoNotOptimize(status);
   }

@@ -64,7 +64,7 @@ ErrorCode CStoreDelegate::Open(Platform::HKEY rootKey, const char16_t* subKey, s
   const Platform::REGSAM mask = AccessMaskFor(flags) | properties->GetAccessMask();
   Platform::HKEY key = nullptr;
   if (ErrorCode code = OpenOrCreateSubKey(rootKey, subKey, flags, mask, &key); code != ErrorNone) return code;
-  m_key.reset(key);
+  m_key.Reset(key);
   m_flags = flags;
   m_accessMask = mask;
   return ErrorNone;
@@ -72,7 +72,7 @@ ErrorCode CStoreDelegate::Open(Platform::HKEY rootKey, const char16_t* subKey, s
 
 void CStoreDelegate::Close() {
   StopTimer();
-  m_key.reset();
+  m_key.Reset();
 }
 
 ErrorCode CStoreDelegate::OpenOrCreateSubKey(Platform::HKEY rootKey, const char16_t* subKey, std::uint32_t flags,
@@ -106,7 +106,7 @@ ErrorCode CStoreDelegate::OpenStore(const char16_t* path, IStore** result, std::
         "StorageSystem::Registry::CStoreDelegate::OpenStore::<lambda_b6632cc3b4d3e0936e3ef6fe4bf9cbae>::operator ()",
         ErrorOutOfMemory, nullptr);
   }
-  const StoreParameters parameters = {m_key.get(), nativePath, path};
+  const StoreParameters parameters = {m_key.Get(), nativePath, path};
   const ErrorCode code = store->Open(&parameters, flags);
   m_pathHelper->FreePath(nativePath);
   if (code != ErrorNone) return code;
@@ -118,7 +118,7 @@ ErrorCode CStoreDelegate::DeleteStore(const char16_t* path) {
   static constexpr const char* kName = "StorageSystem::Registry::CStoreDelegate::DeleteStore";
   char16_t* nativePath = nullptr;
   if (ErrorCode code = m_pathHelper->AllocReplace(path, &nativePath); code != ErrorNone) return code;
-  const Platform::LSTATUS status = Platform::RegDeleteTreeW(m_key.get(), nativePath);
+  const Platform::LSTATUS status = Platform::RegDeleteTreeW(m_key.Get(), nativePath);
   m_pathHelper->FreePath(nativePath);
   switch (status) {
     case Platform::ERROR_SUCCESS:
@@ -160,7 +160,7 @@ ErrorCode CStoreDelegate::OpenValue(const char16_t* path, IRegistryValue** resul
              parent);
   }
 
-  const ValueParameters parameters = {m_key.get(), parent, leaf, path, effectiveType, defaultData, defaultSize};
+  const ValueParameters parameters = {m_key.Get(), parent, leaf, path, effectiveType, defaultData, defaultSize};
   const ErrorCode code = value->Initialize(&parameters, flags);
   m_pathHelper->FreePath(block);
   if (code != ErrorNone) return code;
@@ -174,7 +174,7 @@ ErrorCode CStoreDelegate::DeleteValue(const char16_t* path) {
   char16_t* parent = nullptr;
   char16_t* leaf = nullptr;
   if (ErrorCode code = m_pathHelper->ToSplitPathNative(path, &block, &parent, &leaf); code != ErrorNone) return code;
-  const Platform::LSTATUS status = Platform::RegDeleteKeyValueW(m_key.get(), parent, leaf);
+  const Platform::LSTATUS status = Platform::RegDeleteKeyValueW(m_key.Get(), parent, leaf);
   m_pathHelper->FreePath(block);
   switch (status) {
     case Platform::ERROR_SUCCESS:
@@ -193,7 +193,7 @@ ErrorCode CStoreDelegate::EnumStores(IEnumTarget* target) {
   for (Platform::DWORD index = 0;; ++index) {
     Platform::DWORD length = 255;
     const Platform::LSTATUS status =
-        Platform::RegEnumKeyExW(m_key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr);
+        Platform::RegEnumKeyExW(m_key.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr);
     if (status == Platform::ERROR_NO_MORE_ITEMS) return ErrorNone;
     if (status != Platform::ERROR_SUCCESS) {
       LogWrite(LogLevelError, kLogTag, u"Error while enumerating subkeys of Registry key %s", m_owner->GetName());
@@ -222,7 +222,7 @@ ErrorCode CStoreDelegate::EnumValues(IEnumTarget* target) {
     Platform::DWORD length = heapName.Get() != nullptr ? kHeapLength : kStackLength;
     Platform::DWORD typeId = 0;
     const Platform::LSTATUS status =
-        Platform::RegEnumValueW(m_key.get(), index, name, &length, nullptr, &typeId, nullptr, nullptr);
+        Platform::RegEnumValueW(m_key.Get(), index, name, &length, nullptr, &typeId, nullptr, nullptr);
     if (status == Platform::ERROR_MORE_DATA) {
       if (heapName.Get() != nullptr) return RaiseSystemError(kName, static_cast<Platform::DWORD>(status), "RegEnumValueW");
       if (ErrorCode code = heapName.Alloc(kHeapCharacters); code != ErrorNone) return code;

@@ -67,7 +67,7 @@ public:
   [[nodiscard]] ErrorCode UnregisterMonitor(IStoreMonitor* monitor);
 
   std::uint32_t GetFlags() const { return m_flags; }
-  Platform::HKEY GetKey() const { return m_key.get(); }
+  Platform::HKEY GetKey() const { return m_key.Get(); }
   Platform::REGSAM GetAccessMask() const { return m_accessMask; }
 
 private:

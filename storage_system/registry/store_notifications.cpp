@@ -138,7 +138,7 @@ ErrorCode CStoreDelegate::RequestNotif() {
 Platform::DWORD CStoreDelegate::NotifyWorker(void* context) {
   auto* self = static_cast<CStoreDelegate*>(context);
   // A failed watch goes unnoticed: monitors hear of nothing until something arms it again.
-  Platform::RegNotifyChangeKeyValue(self->m_key.get(), Platform::TRUE, Settings().filter, self->m_notifyEvent.load(),
+  Platform::RegNotifyChangeKeyValue(self->m_key.Get(), Platform::TRUE, Settings().filter, self->m_notifyEvent.load(),
                                     Platform::TRUE);
   --self->m_pendingRequests;
   --self->m_callbacksInFlight;

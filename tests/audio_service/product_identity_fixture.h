@@ -53,9 +53,9 @@ protected:
   static void SetMachineNumber(const std::u16string& subKey, const char16_t* name, Platform::DWORD value) {
     Platform::UniqueKey key;
     ASSERT_EQ(Platform::RegCreateKeyExW(Platform::HKEY_LOCAL_MACHINE, subKey.c_str(), 0, nullptr, 0,
-                                        Platform::KEY_ALL_ACCESS, nullptr, key.put(), nullptr),
+                                        Platform::KEY_ALL_ACCESS, nullptr, key.Put(), nullptr),
               Platform::ERROR_SUCCESS);
-    ASSERT_EQ(Platform::RegSetValueExW(key.get(), name, 0, Platform::REG_DWORD,
+    ASSERT_EQ(Platform::RegSetValueExW(key.Get(), name, 0, Platform::REG_DWORD,
                                        reinterpret_cast<const Platform::BYTE*>(&value), sizeof(value)),
               Platform::ERROR_SUCCESS);
   }
@@ -63,13 +63,13 @@ protected:
   static void CreateMachineKey(const std::u16string& subKey) {
     Platform::UniqueKey key;
     ASSERT_EQ(Platform::RegCreateKeyExW(Platform::HKEY_LOCAL_MACHINE, subKey.c_str(), 0, nullptr, 0,
-                                        Platform::KEY_ALL_ACCESS, nullptr, key.put(), nullptr),
+                                        Platform::KEY_ALL_ACCESS, nullptr, key.Put(), nullptr),
               Platform::ERROR_SUCCESS);
   }
 
   static bool KeyExists(Platform::HKEY root, const std::u16string& path) {
     Platform::UniqueKey key;
-    return Platform::RegOpenKeyExW(root, path.c_str(), 0, Platform::KEY_READ, key.put()) == Platform::ERROR_SUCCESS;
+    return Platform::RegOpenKeyExW(root, path.c_str(), 0, Platform::KEY_READ, key.Put()) == Platform::ERROR_SUCCESS;
   }
 
   bool Logged(const std::string& text) const { return capture.Text().find(text) != std::string::npos; }

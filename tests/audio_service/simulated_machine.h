@@ -65,9 +65,9 @@ public:
                      Platform::DWORD type, const void* data, Platform::DWORD size) {
     Platform::UniqueKey store;
     ASSERT_EQ(Platform::RegCreateKeyExW(kTestAudioRoot.hive, StorePath(flow, key, fxStore).c_str(), 0, nullptr, 0,
-                                        Platform::KEY_ALL_ACCESS, nullptr, store.put(), nullptr),
+                                        Platform::KEY_ALL_ACCESS, nullptr, store.Put(), nullptr),
               Platform::ERROR_SUCCESS);
-    ASSERT_EQ(Platform::RegSetValueExW(store.get(), name.c_str(), 0, type, static_cast<const Platform::BYTE*>(data),
+    ASSERT_EQ(Platform::RegSetValueExW(store.Get(), name.c_str(), 0, type, static_cast<const Platform::BYTE*>(data),
                                        size),
               Platform::ERROR_SUCCESS);
   }
@@ -96,7 +96,7 @@ public:
   static void CreateProductKeys() {
     Platform::UniqueKey key;
     ASSERT_EQ(Platform::RegCreateKeyExW(Platform::HKEY_LOCAL_MACHINE, u"SOFTWARE\\Velorin\\VelorinV3\\AudioApplication",
-                                        0, nullptr, 0, Platform::KEY_ALL_ACCESS, nullptr, key.put(), nullptr),
+                                        0, nullptr, 0, Platform::KEY_ALL_ACCESS, nullptr, key.Put(), nullptr),
               Platform::ERROR_SUCCESS);
   }
 

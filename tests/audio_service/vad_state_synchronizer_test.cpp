@@ -236,7 +236,7 @@ TEST_F(VADStateSynchronizerTest, AFailedStartLogsItsStepAndLeavesNothingSetUp) {
   // A volatile product key refuses the data system's lasting keys below it.
   UniqueKey product;
   ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"Software\\Velorin\\VelorinV3", 0, nullptr, REG_OPTION_VOLATILE,
-                            KEY_ALL_ACCESS, nullptr, product.put(), nullptr),
+                            KEY_ALL_ACCESS, nullptr, product.Put(), nullptr),
             ERROR_SUCCESS);
   LogSetLevel(LogLevelTrace);
   synchronizer->Start();

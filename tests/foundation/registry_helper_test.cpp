@@ -30,7 +30,7 @@ protected:
   void CreateTestKey(const std::u16string& below = u"") {
     UniqueKey key;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, (std::u16string(kTestKey) + below).c_str(), 0, nullptr, 0,
-                              KEY_ALL_ACCESS, nullptr, key.put(), nullptr),
+                              KEY_ALL_ACCESS, nullptr, key.Put(), nullptr),
               ERROR_SUCCESS);
   }
 
@@ -58,12 +58,12 @@ TEST_F(RegistryHelperTest, DeletedKeyAnswersNoWithoutAReport) {
   CreateTestKey(u"\\Parent");
   UniqueKey parent;
   ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, (std::u16string(kTestKey) + u"\\Parent").c_str(), 0, KEY_ALL_ACCESS,
-                          parent.put()),
+                          parent.Put()),
             ERROR_SUCCESS);
   ASSERT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey), ERROR_SUCCESS);
   LogSetLevel(LogLevelTrace);
   HKEY key = nullptr;
-  EXPECT_FALSE(RegistryHelper::TryOpenSubKey(parent.get(), u"Child", key));
+  EXPECT_FALSE(RegistryHelper::TryOpenSubKey(parent.Get(), u"Child", key));
   EXPECT_EQ(capture.Text(), "");
 }
 
@@ -71,8 +71,8 @@ TEST_F(RegistryHelperTest, OtherFailureIsLoggedAtTraceLevelAndReportedAsCannotOp
   LogSetLevel(LogLevelTrace);
   UniqueKey readOnly;
   CreateTestKey();
-  ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kTestKey, 0, KEY_READ, readOnly.put()), ERROR_SUCCESS);
-  HKEY closed = readOnly.release();
+  ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kTestKey, 0, KEY_READ, readOnly.Put()), ERROR_SUCCESS);
+  HKEY closed = readOnly.Detach();
   RegCloseKey(closed);
   HKEY key = nullptr;
   EXPECT_FALSE(RegistryHelper::TryOpenSubKey(closed, u"Anything", key));
@@ -120,8 +120,8 @@ TEST_F(RegistryHelperTest, SetDwValueOnADeletedKeyReportsUnavailable) {
 TEST_F(RegistryHelperTest, SetDwValueWithoutWriteRightReportsCannotWrite) {
   CreateTestKey();
   UniqueKey readOnly;
-  ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kTestKey, 0, KEY_READ, readOnly.put()), ERROR_SUCCESS);
-  EXPECT_EQ(RegistryHelper::SetDwValue(readOnly.get(), u"X", 1), ErrorCannotWrite);
+  ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, kTestKey, 0, KEY_READ, readOnly.Put()), ERROR_SUCCESS);
+  EXPECT_EQ(RegistryHelper::SetDwValue(readOnly.Get(), u"X", 1), ErrorCannotWrite);
   EXPECT_NE(
       capture.Text().find("Error 7 (cannot write to resource) in function Win32Helper::RegistryHelper::SetDwValue"),
       std::string::npos);

@@ -44,7 +44,7 @@ protected:
 
   template <class Function>
   Function Resolve(const char* name) {
-    return reinterpret_cast<Function>(Platform::GetProcAddress(library->get(), name));
+    return reinterpret_cast<Function>(Platform::GetProcAddress(library->Get(), name));
   }
 
   static Platform::UniqueLibrary* library;

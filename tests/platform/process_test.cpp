@@ -28,22 +28,22 @@ protected:
   // `output`.
   static bool StartSelf(const std::u16string& options, UniqueKernelHandle& process, UniqueKernelHandle& output) {
     UniqueKernelHandle write;
-    if (!CreatePipe(output.put(), write.put(), nullptr, 0)) return false;
-    if (!SetHandleInformation(write.get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT)) return false;
+    if (!CreatePipe(output.Put(), write.Put(), nullptr, 0)) return false;
+    if (!SetHandleInformation(write.Get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT)) return false;
     const std::u16string self = SelfPath();
     std::u16string commandLine = u"\"" + self + u"\" " + options;
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = write.get();
-    startup.hStdError = write.get();
+    startup.hStdOutput = write.Get();
+    startup.hStdError = write.Get();
     PROCESS_INFORMATION started{};
     if (!CreateProcessW(self.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                         &started)) {
       return false;
     }
     UniqueKernelHandle thread(started.hThread);
-    process.reset(started.hProcess);
+    process.Reset(started.hProcess);
     return started.dwProcessId != 0;
   }
 
@@ -63,11 +63,11 @@ TEST_F(ProcessTest, DISABLED_ChildThatWaitsToBeKilled) { Sleep(60000); }
 
 TEST_F(ProcessTest, ReadOfAPipeWhoseWriteEndClosedEndsWithBrokenPipe) {
   UniqueKernelHandle read, write;
-  ASSERT_TRUE(CreatePipe(read.put(), write.put(), nullptr, 0));
-  write.reset();
+  ASSERT_TRUE(CreatePipe(read.Put(), write.Put(), nullptr, 0));
+  write.Reset();
   char buffer[4];
   DWORD length = 7;
-  EXPECT_FALSE(ReadFile(read.get(), buffer, sizeof(buffer), &length, nullptr));
+  EXPECT_FALSE(ReadFile(read.Get(), buffer, sizeof(buffer), &length, nullptr));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_BROKEN_PIPE));
   EXPECT_EQ(length, 0u);
 }
@@ -75,30 +75,30 @@ TEST_F(ProcessTest, ReadOfAPipeWhoseWriteEndClosedEndsWithBrokenPipe) {
 TEST_F(ProcessTest, ChildOutputArrivesThroughThePipeAndTheEndedChildSignalsItsHandle) {
   UniqueKernelHandle process, output;
   ASSERT_TRUE(StartSelf(u"--gtest_list_tests \"--gtest_filter=ProcessTest.ReadOf*\"", process, output));
-  std::string text = ReadToEnd(output.get());
+  std::string text = ReadToEnd(output.Get());
   EXPECT_NE(text.find("ReadOfAPipeWhoseWriteEndClosed"), std::string::npos) << text;
   EXPECT_EQ(text.find("ChildOutputArrives"), std::string::npos) << text;
-  ASSERT_EQ(WaitForSingleObject(process.get(), kLongWait), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(process.get(), 0), WAIT_OBJECT_0) << "an ended process stays signalled";
+  ASSERT_EQ(WaitForSingleObject(process.Get(), kLongWait), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(process.Get(), 0), WAIT_OBJECT_0) << "an ended process stays signalled";
   DWORD exitCode = STILL_ACTIVE;
-  ASSERT_TRUE(GetExitCodeProcess(process.get(), &exitCode));
+  ASSERT_TRUE(GetExitCodeProcess(process.Get(), &exitCode));
   EXPECT_EQ(exitCode, 0u);
-  EXPECT_TRUE(CloseHandle(process.release()));
+  EXPECT_TRUE(CloseHandle(process.Detach()));
 }
 
 TEST_F(ProcessTest, ChildKilledByTerminateProcessHasTheGivenExitCode) {
   UniqueKernelHandle process, output;
   ASSERT_TRUE(StartSelf(u"--gtest_also_run_disabled_tests --gtest_filter=ProcessTest.DISABLED_ChildThatWaitsToBeKilled",
                         process, output));
-  EXPECT_EQ(WaitForSingleObject(process.get(), 50), WAIT_TIMEOUT);
+  EXPECT_EQ(WaitForSingleObject(process.Get(), 50), WAIT_TIMEOUT);
   DWORD exitCode = 0;
-  ASSERT_TRUE(GetExitCodeProcess(process.get(), &exitCode));
+  ASSERT_TRUE(GetExitCodeProcess(process.Get(), &exitCode));
   EXPECT_EQ(exitCode, STILL_ACTIVE);
-  ASSERT_TRUE(TerminateProcess(process.get(), 37));
-  ASSERT_EQ(WaitForSingleObject(process.get(), kLongWait), WAIT_OBJECT_0);
-  ASSERT_TRUE(GetExitCodeProcess(process.get(), &exitCode));
+  ASSERT_TRUE(TerminateProcess(process.Get(), 37));
+  ASSERT_EQ(WaitForSingleObject(process.Get(), kLongWait), WAIT_OBJECT_0);
+  ASSERT_TRUE(GetExitCodeProcess(process.Get(), &exitCode));
   EXPECT_EQ(exitCode, 37u);
-  ReadToEnd(output.get());
+  ReadToEnd(output.Get());
 }
 
 TEST_F(ProcessTest, MissingProgramIsNotStarted) {

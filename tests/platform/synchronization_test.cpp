@@ -30,34 +30,34 @@ protected:
 
 TEST_F(SynchronizationTest, ManualResetEventStaysSignalledUntilReset) {
   UniqueKernelHandle event = MakeEvent(true, false);
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_TIMEOUT);
-  ASSERT_TRUE(SetEvent(event.get()));
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_OBJECT_0);
-  ASSERT_TRUE(ResetEvent(event.get()));
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_TIMEOUT);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
+  ASSERT_TRUE(SetEvent(event.Get()));
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
+  ASSERT_TRUE(ResetEvent(event.Get()));
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
 }
 
 TEST_F(SynchronizationTest, AutoResetEventReleasesOneWaitPerSignal) {
   UniqueKernelHandle event = MakeEvent(false, true);
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_TIMEOUT);
-  ASSERT_TRUE(SetEvent(event.get()));
-  ASSERT_TRUE(SetEvent(event.get()));
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_OBJECT_0);
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_TIMEOUT);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
+  ASSERT_TRUE(SetEvent(event.Get()));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
 }
 
 TEST_F(SynchronizationTest, ResetEventClearsAPendingAutoResetSignal) {
   UniqueKernelHandle event = MakeEvent(false, true);
-  ASSERT_TRUE(ResetEvent(event.get()));
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_TIMEOUT);
+  ASSERT_TRUE(ResetEvent(event.Get()));
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
 }
 
 TEST_F(SynchronizationTest, WaitTimesOutAfterTheGivenTime) {
   UniqueKernelHandle event = MakeEvent(true, false);
   const auto start = Clock::now();
-  EXPECT_EQ(WaitForSingleObject(event.get(), 50), WAIT_TIMEOUT);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 50), WAIT_TIMEOUT);
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
 }
 
@@ -66,11 +66,11 @@ TEST_F(SynchronizationTest, SetEventWakesAWaiterOnAnotherThread) {
   UniqueKernelHandle started = MakeEvent(true, false);
   std::atomic<DWORD> result{WAIT_FAILED};
   std::thread waiter([&] {
-    SetEvent(started.get());
-    result = WaitForSingleObject(event.get(), kLongWait);
+    SetEvent(started.Get());
+    result = WaitForSingleObject(event.Get(), kLongWait);
   });
-  ASSERT_EQ(WaitForSingleObject(started.get(), kLongWait), WAIT_OBJECT_0);
-  ASSERT_TRUE(SetEvent(event.get()));
+  ASSERT_EQ(WaitForSingleObject(started.Get(), kLongWait), WAIT_OBJECT_0);
+  ASSERT_TRUE(SetEvent(event.Get()));
   waiter.join();
   EXPECT_EQ(result.load(), WAIT_OBJECT_0);
 }
@@ -82,12 +82,12 @@ TEST_F(SynchronizationTest, AutoResetEventWakesOneOfManyWaitersPerSignal) {
   std::vector<std::thread> waiters;
   for (int i = 0; i < kWaiters; ++i) {
     waiters.emplace_back([&] {
-      if (WaitForSingleObject(event.get(), kLongWait) == WAIT_OBJECT_0) ++woken;
+      if (WaitForSingleObject(event.Get(), kLongWait) == WAIT_OBJECT_0) ++woken;
     });
   }
   for (int i = 0; i < kWaiters; ++i) {
     // Each signal is taken by exactly one waiter before the next is given.
-    ASSERT_TRUE(SetEvent(event.get()));
+    ASSERT_TRUE(SetEvent(event.Get()));
     const auto deadline = Clock::now() + std::chrono::milliseconds(kLongWait);
     while (woken.load() < i + 1 && Clock::now() < deadline) std::this_thread::yield();
     ASSERT_EQ(woken.load(), i + 1);
@@ -103,10 +103,10 @@ TEST_F(SynchronizationTest, ManualResetEventReleasesEveryWaiter) {
   std::vector<std::thread> waiters;
   for (int i = 0; i < kWaiters; ++i) {
     waiters.emplace_back([&] {
-      if (WaitForSingleObject(event.get(), kLongWait) == WAIT_OBJECT_0) ++woken;
+      if (WaitForSingleObject(event.Get(), kLongWait) == WAIT_OBJECT_0) ++woken;
     });
   }
-  ASSERT_TRUE(SetEvent(event.get()));
+  ASSERT_TRUE(SetEvent(event.Get()));
   for (std::thread& waiter : waiters) waiter.join();
   EXPECT_EQ(woken.load(), kWaiters);
 }
@@ -152,10 +152,10 @@ TEST_F(SynchronizationTest, ClosingAnEventWhileAnotherThreadWaitsOnItIsSafe) {
   UniqueKernelHandle started = MakeEvent(true, false);
   std::atomic<DWORD> result{WAIT_FAILED};
   std::thread waiter([&] {
-    SetEvent(started.get());
+    SetEvent(started.Get());
     result = WaitForSingleObject(event, 100);
   });
-  ASSERT_EQ(WaitForSingleObject(started.get(), kLongWait), WAIT_OBJECT_0);
+  ASSERT_EQ(WaitForSingleObject(started.Get(), kLongWait), WAIT_OBJECT_0);
   EXPECT_TRUE(CloseHandle(event));
   waiter.join();
   // The waiter either had not looked the handle up yet or kept the object alive until its wait ended.

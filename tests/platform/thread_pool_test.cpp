@@ -50,11 +50,11 @@ void ProbeCallback(void* context, BOOLEAN timerOrWaitFired) {
   auto* probe = static_cast<Probe*>(context);
   ++probe->inside;
   ++(timerOrWaitFired ? probe->firedTrue : probe->firedFalse);
-  SetEvent(probe->entered.get());
-  if (probe->block) WaitForSingleObject(probe->release.get(), INFINITE);
+  SetEvent(probe->entered.Get());
+  if (probe->block) WaitForSingleObject(probe->release.Get(), INFINITE);
   ++probe->calls;
   --probe->inside;
-  SetEvent(probe->left.get());
+  SetEvent(probe->left.Get());
 }
 
 void UnregisterSelfCallback(void* context, BOOLEAN) {
@@ -63,7 +63,7 @@ void UnregisterSelfCallback(void* context, BOOLEAN) {
   SetLastError(ERROR_SUCCESS);
   probe->selfResult = UnregisterWaitEx(probe->self.load(), probe->selfCompletion);
   probe->selfError = GetLastError();
-  SetEvent(probe->left.get());
+  SetEvent(probe->left.Get());
 }
 
 void DeleteSelfCallback(void* context, BOOLEAN) {
@@ -72,7 +72,7 @@ void DeleteSelfCallback(void* context, BOOLEAN) {
   SetLastError(ERROR_SUCCESS);
   probe->selfResult = DeleteTimerQueueTimer(nullptr, probe->self.load(), probe->selfCompletion);
   probe->selfError = GetLastError();
-  SetEvent(probe->left.get());
+  SetEvent(probe->left.Get());
 }
 
 class ThreadPoolTest : public ::testing::Test {
@@ -93,14 +93,14 @@ struct WorkContext {
 DWORD RecordThread(void* context) {
   auto* work = static_cast<WorkContext*>(context);
   work->threadId = GetCurrentThreadId();
-  SetEvent(work->done.get());
+  SetEvent(work->done.Get());
   return 0;
 }
 
 TEST_F(ThreadPoolTest, QueueUserWorkItemRunsTheFunctionOnAPoolThread) {
   WorkContext work;
   ASSERT_TRUE(QueueUserWorkItem(RecordThread, &work, 0));
-  AwaitSignal(work.done.get());
+  AwaitSignal(work.done.Get());
   EXPECT_NE(work.threadId.load(), 0u);
   EXPECT_NE(work.threadId.load(), GetCurrentThreadId());
 }
@@ -108,7 +108,7 @@ TEST_F(ThreadPoolTest, QueueUserWorkItemRunsTheFunctionOnAPoolThread) {
 TEST_F(ThreadPoolTest, QueueUserWorkItemAcceptsThePersistentThreadFlag) {
   WorkContext work;
   ASSERT_TRUE(QueueUserWorkItem(RecordThread, &work, WT_EXECUTEINPERSISTENTTHREAD));
-  AwaitSignal(work.done.get());
+  AwaitSignal(work.done.Get());
 }
 
 TEST_F(ThreadPoolTest, QueueUserWorkItemRejectsANullFunction) {
@@ -132,46 +132,46 @@ struct Gathering {
 
 DWORD Gather(void* context) {
   auto* gathering = static_cast<Gathering*>(context);
-  if (++gathering->arrived == Gathering::kCount) SetEvent(gathering->allThere.get());
-  const DWORD result = WaitForSingleObject(gathering->allThere.get(), kLongWait);
-  if (result == WAIT_OBJECT_0 && ++gathering->done == Gathering::kCount) SetEvent(gathering->finished.get());
+  if (++gathering->arrived == Gathering::kCount) SetEvent(gathering->allThere.Get());
+  const DWORD result = WaitForSingleObject(gathering->allThere.Get(), kLongWait);
+  if (result == WAIT_OBJECT_0 && ++gathering->done == Gathering::kCount) SetEvent(gathering->finished.Get());
   return 0;
 }
 
 TEST_F(ThreadPoolTest, BlockedWorkItemsDoNotHoldUpOtherWorkItems) {
   Gathering gathering;
   for (int i = 0; i < Gathering::kCount; ++i) ASSERT_TRUE(QueueUserWorkItem(Gather, &gathering, 0));
-  AwaitSignal(gathering.finished.get());
+  AwaitSignal(gathering.finished.Get());
   EXPECT_EQ(gathering.done.load(), Gathering::kCount);
 }
 
 DWORD BlockOnProbe(void* context) {
   auto* probe = static_cast<Probe*>(context);
-  SetEvent(probe->entered.get());
-  WaitForSingleObject(probe->release.get(), INFINITE);
-  SetEvent(probe->left.get());
+  SetEvent(probe->entered.Get());
+  WaitForSingleObject(probe->release.Get(), INFINITE);
+  SetEvent(probe->left.Get());
   return 0;
 }
 
 TEST_F(ThreadPoolTest, BlockedCallbackDoesNotDelayTimersOrWaits) {
   Probe blocker;
   ASSERT_TRUE(QueueUserWorkItem(BlockOnProbe, &blocker, 0));
-  AwaitSignal(blocker.entered.get());
+  AwaitSignal(blocker.entered.Get());
 
   Probe timerProbe;
   UniqueTimer timer;
-  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &timerProbe, 10, 0, 0));
-  AwaitSignal(timerProbe.left.get());
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.Put(), nullptr, ProbeCallback, &timerProbe, 10, 0, 0));
+  AwaitSignal(timerProbe.left.Get());
 
   Probe waitProbe;
   UniqueKernelHandle event = MakeEvent(false);
   UniqueWait wait;
-  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &waitProbe, INFINITE, 0));
-  ASSERT_TRUE(SetEvent(event.get()));
-  AwaitSignal(waitProbe.left.get());
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.Put(), event.Get(), ProbeCallback, &waitProbe, INFINITE, 0));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  AwaitSignal(waitProbe.left.Get());
 
-  SetEvent(blocker.release.get());
-  AwaitSignal(blocker.left.get());
+  SetEvent(blocker.release.Get());
+  AwaitSignal(blocker.left.Get());
 }
 
 // ---- Registered waits ----
@@ -180,18 +180,18 @@ TEST_F(ThreadPoolTest, RepeatedWaitOnAnAutoResetEventFiresOncePerSignal) {
   Probe probe;
   UniqueKernelHandle event = MakeEvent(false);
   UniqueWait wait;
-  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.Put(), event.Get(), ProbeCallback, &probe, INFINITE, 0));
   constexpr int kSignals = 5;
   for (int i = 0; i < kSignals; ++i) {
-    ASSERT_TRUE(SetEvent(event.get()));
-    AwaitSignal(probe.left.get());
+    ASSERT_TRUE(SetEvent(event.Get()));
+    AwaitSignal(probe.left.Get());
   }
-  ExpectNoSignal(probe.left.get());
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), kSignals);
   EXPECT_EQ(probe.firedFalse.load(), kSignals);
   EXPECT_EQ(probe.firedTrue.load(), 0);
   // The wait took each signal: the event is reset.
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_TIMEOUT);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_TIMEOUT);
 }
 
 TEST_F(ThreadPoolTest, ExecuteOnlyOnceWaitFiresOnce) {
@@ -199,14 +199,14 @@ TEST_F(ThreadPoolTest, ExecuteOnlyOnceWaitFiresOnce) {
   UniqueKernelHandle event = MakeEvent(false);
   UniqueWait wait;
   ASSERT_TRUE(
-      RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, INFINITE, WT_EXECUTEONLYONCE));
-  ASSERT_TRUE(SetEvent(event.get()));
-  AwaitSignal(probe.left.get());
-  ASSERT_TRUE(SetEvent(event.get()));
-  ExpectNoSignal(probe.left.get());
+      RegisterWaitForSingleObject(wait.Put(), event.Get(), ProbeCallback, &probe, INFINITE, WT_EXECUTEONLYONCE));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  AwaitSignal(probe.left.Get());
+  ASSERT_TRUE(SetEvent(event.Get()));
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 1);
   // Nobody took the second signal.
-  EXPECT_EQ(WaitForSingleObject(event.get(), 0), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
 }
 
 TEST_F(ThreadPoolTest, ExecuteOnlyOnceWaitOnAManualResetEventFiresOnce) {
@@ -214,10 +214,10 @@ TEST_F(ThreadPoolTest, ExecuteOnlyOnceWaitOnAManualResetEventFiresOnce) {
   UniqueKernelHandle event = MakeEvent(true);
   UniqueWait wait;
   ASSERT_TRUE(
-      RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, INFINITE, WT_EXECUTEONLYONCE));
-  ASSERT_TRUE(SetEvent(event.get()));
-  AwaitSignal(probe.left.get());
-  ExpectNoSignal(probe.left.get());
+      RegisterWaitForSingleObject(wait.Put(), event.Get(), ProbeCallback, &probe, INFINITE, WT_EXECUTEONLYONCE));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  AwaitSignal(probe.left.Get());
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 1);
 }
 
@@ -226,12 +226,12 @@ TEST_F(ThreadPoolTest, WaitThatTimesOutFiresWithTimerOrWaitFiredTrue) {
   UniqueKernelHandle event = MakeEvent(false);
   UniqueWait wait;
   const auto start = Clock::now();
-  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, 50, WT_EXECUTEONLYONCE));
-  AwaitSignal(probe.entered.get());
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.Put(), event.Get(), ProbeCallback, &probe, 50, WT_EXECUTEONLYONCE));
+  AwaitSignal(probe.entered.Get());
   // Windows measures due times on a coarser clock than std::chrono's, so a timer may fire up to a
   // clock tick before 50 ms have passed on the test's clock; it must not fire anywhere near at once.
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(40));
-  AwaitSignal(probe.left.get());
+  AwaitSignal(probe.left.Get());
   EXPECT_EQ(probe.firedTrue.load(), 1);
   EXPECT_EQ(probe.firedFalse.load(), 0);
 }
@@ -243,9 +243,9 @@ TEST_F(ThreadPoolTest, RepeatedWaitTimesOutAgainAfterEachTimeOut) {
   Probe probe;
   UniqueKernelHandle event = MakeEvent(false);
   UniqueWait wait;
-  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, 10, 0));
-  for (int i = 0; i < 3; ++i) AwaitSignal(probe.left.get());
-  wait.reset();
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.Put(), event.Get(), ProbeCallback, &probe, 10, 0));
+  for (int i = 0; i < 3; ++i) AwaitSignal(probe.left.Get());
+  wait.Reset();
   EXPECT_GE(probe.firedTrue.load(), 3);
   EXPECT_EQ(probe.firedFalse.load(), 0);
 }
@@ -269,9 +269,9 @@ TEST_F(ThreadPoolTest, WaitOutlivesTheClosingOfItsEventHandle) {
   HANDLE event = CreateEventW(nullptr, FALSE, TRUE, nullptr);
   ASSERT_NE(event, nullptr);
   UniqueWait wait;
-  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event, ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.Put(), event, ProbeCallback, &probe, INFINITE, 0));
   ASSERT_TRUE(CloseHandle(event));
-  AwaitSignal(probe.left.get());
+  AwaitSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 1);
 }
 
@@ -279,12 +279,12 @@ TEST_F(ThreadPoolTest, CloseHandleRefusesAWaitHandle) {
   Probe probe;
   UniqueKernelHandle event = MakeEvent(false);
   UniqueWait wait;
-  ASSERT_TRUE(RegisterWaitForSingleObject(wait.put(), event.get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(RegisterWaitForSingleObject(wait.Put(), event.Get(), ProbeCallback, &probe, INFINITE, 0));
   SetLastError(ERROR_SUCCESS);
-  EXPECT_FALSE(CloseHandle(wait.get()));
+  EXPECT_FALSE(CloseHandle(wait.Get()));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
-  ASSERT_TRUE(SetEvent(event.get()));
-  AwaitSignal(probe.left.get());
+  ASSERT_TRUE(SetEvent(event.Get()));
+  AwaitSignal(probe.left.Get());
 }
 
 TEST_F(ThreadPoolTest, UnregisterWaitExWithNullReportsIoPendingWhileACallbackRuns) {
@@ -292,18 +292,18 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithNullReportsIoPendingWhileACallbackRun
   probe.block = true;
   UniqueKernelHandle event = MakeEvent(false);
   HANDLE wait = nullptr;
-  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
-  ASSERT_TRUE(SetEvent(event.get()));
-  AwaitSignal(probe.entered.get());
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.Get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  AwaitSignal(probe.entered.Get());
 
   SetLastError(ERROR_SUCCESS);
   EXPECT_FALSE(UnregisterWaitEx(wait, nullptr));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_PENDING));
   // The wait is gone all the same: a new signal starts nothing, and the handle is closed.
-  ASSERT_TRUE(SetEvent(event.get()));
-  SetEvent(probe.release.get());
-  AwaitSignal(probe.left.get());
-  ExpectNoSignal(probe.left.get());
+  ASSERT_TRUE(SetEvent(event.Get()));
+  SetEvent(probe.release.Get());
+  AwaitSignal(probe.left.Get());
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 1);
 }
 
@@ -314,7 +314,7 @@ TEST_F(ThreadPoolTest, UnregisterWaitExRefusesAWaitThatIsAlreadyEnded) {
   Probe probe;
   UniqueKernelHandle event = MakeEvent(false);
   HANDLE wait = nullptr;
-  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.Get(), ProbeCallback, &probe, INFINITE, 0));
   ASSERT_TRUE(UnregisterWaitEx(wait, INVALID_HANDLE_VALUE));
   SetLastError(ERROR_SUCCESS);
   EXPECT_FALSE(UnregisterWaitEx(wait, nullptr));
@@ -325,10 +325,10 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithNullSucceedsWhenNoCallbackRuns) {
   Probe probe;
   UniqueKernelHandle event = MakeEvent(false);
   HANDLE wait = nullptr;
-  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.Get(), ProbeCallback, &probe, INFINITE, 0));
   EXPECT_TRUE(UnregisterWaitEx(wait, nullptr));
-  ASSERT_TRUE(SetEvent(event.get()));
-  ExpectNoSignal(probe.left.get());
+  ASSERT_TRUE(SetEvent(event.Get()));
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 0);
 }
 
@@ -337,9 +337,9 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithInvalidHandleValueWaitsForTheRunningC
   probe.block = true;
   UniqueKernelHandle event = MakeEvent(false);
   HANDLE wait = nullptr;
-  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
-  ASSERT_TRUE(SetEvent(event.get()));
-  AwaitSignal(probe.entered.get());
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.Get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  AwaitSignal(probe.entered.Get());
 
   UniqueKernelHandle returned = MakeEvent(true);
   std::atomic<BOOL> result{FALSE};
@@ -347,11 +347,11 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithInvalidHandleValueWaitsForTheRunningC
   std::thread unregistering([&] {
     result = UnregisterWaitEx(wait, INVALID_HANDLE_VALUE);
     callsSeenAtReturn = probe.calls.load();
-    SetEvent(returned.get());
+    SetEvent(returned.Get());
   });
-  ExpectNoSignal(returned.get());
-  SetEvent(probe.release.get());
-  AwaitSignal(returned.get());
+  ExpectNoSignal(returned.Get());
+  SetEvent(probe.release.Get());
+  AwaitSignal(returned.Get());
   unregistering.join();
   EXPECT_TRUE(result.load());
   EXPECT_EQ(callsSeenAtReturn.load(), 1);
@@ -364,15 +364,15 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventReportsPendingAndSignalsItWhen
   UniqueKernelHandle event = MakeEvent(false);
   UniqueKernelHandle completion = MakeEvent(true);
   HANDLE wait = nullptr;
-  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
-  ASSERT_TRUE(SetEvent(event.get()));
-  AwaitSignal(probe.entered.get());
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.Get(), ProbeCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(SetEvent(event.Get()));
+  AwaitSignal(probe.entered.Get());
 
-  EXPECT_FALSE(UnregisterWaitEx(wait, completion.get()));
+  EXPECT_FALSE(UnregisterWaitEx(wait, completion.Get()));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_PENDING));
-  ExpectNoSignal(completion.get());
-  SetEvent(probe.release.get());
-  AwaitSignal(completion.get());
+  ExpectNoSignal(completion.Get());
+  SetEvent(probe.release.Get());
+  AwaitSignal(completion.Get());
   EXPECT_EQ(probe.calls.load(), 1);
   EXPECT_EQ(probe.inside.load(), 0);
 }
@@ -382,9 +382,9 @@ TEST_F(ThreadPoolTest, UnregisterWaitExWithAnEventSignalsItAtOnceWhenNoCallbackR
   UniqueKernelHandle event = MakeEvent(false);
   UniqueKernelHandle completion = MakeEvent(true);
   HANDLE wait = nullptr;
-  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), ProbeCallback, &probe, INFINITE, 0));
-  EXPECT_TRUE(UnregisterWaitEx(wait, completion.get()));
-  EXPECT_EQ(WaitForSingleObject(completion.get(), 0), WAIT_OBJECT_0);
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.Get(), ProbeCallback, &probe, INFINITE, 0));
+  EXPECT_TRUE(UnregisterWaitEx(wait, completion.Get()));
+  EXPECT_EQ(WaitForSingleObject(completion.Get(), 0), WAIT_OBJECT_0);
 }
 
 TEST_F(ThreadPoolTest, UnregisterWaitExRejectsAHandleThatIsNotOpen) {
@@ -396,7 +396,7 @@ TEST_F(ThreadPoolTest, UnregisterWaitExRejectsAHandleThatIsNotOpen) {
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
   UniqueKernelHandle event = MakeEvent(false);
   SetLastError(ERROR_SUCCESS);
-  EXPECT_FALSE(UnregisterWaitEx(event.get(), INVALID_HANDLE_VALUE));
+  EXPECT_FALSE(UnregisterWaitEx(event.Get(), INVALID_HANDLE_VALUE));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
 }
 
@@ -407,14 +407,14 @@ void ExpectUnregisterFromOwnCallbackReportsIoPending(HANDLE completion) {
   probe.selfCompletion = completion;
   UniqueKernelHandle event = MakeEvent(false);
   HANDLE wait = nullptr;
-  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.get(), UnregisterSelfCallback, &probe, INFINITE, 0));
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, event.Get(), UnregisterSelfCallback, &probe, INFINITE, 0));
   probe.self = wait;
-  ASSERT_TRUE(SetEvent(event.get()));
-  ASSERT_EQ(WaitForSingleObject(probe.left.get(), kLongWait), WAIT_OBJECT_0);
+  ASSERT_TRUE(SetEvent(event.Get()));
+  ASSERT_EQ(WaitForSingleObject(probe.left.Get(), kLongWait), WAIT_OBJECT_0);
   EXPECT_FALSE(probe.selfResult.load());
   EXPECT_EQ(probe.selfError.load(), static_cast<DWORD>(ERROR_IO_PENDING));
-  ASSERT_TRUE(SetEvent(event.get()));
-  EXPECT_EQ(WaitForSingleObject(probe.left.get(), kQuietTime), WAIT_TIMEOUT);
+  ASSERT_TRUE(SetEvent(event.Get()));
+  EXPECT_EQ(WaitForSingleObject(probe.left.Get(), kQuietTime), WAIT_TIMEOUT);
   EXPECT_EQ(probe.calls.load(), 1);
 }
 
@@ -441,7 +441,7 @@ struct Storm {
 void StormCallback(void* context, BOOLEAN) {
   auto* storm = static_cast<Storm*>(context);
   ++storm->running;
-  if (++storm->started == 20) SetEvent(storm->fewStarted.get());
+  if (++storm->started == 20) SetEvent(storm->fewStarted.Get());
   std::this_thread::yield();
   --storm->running;
 }
@@ -449,18 +449,18 @@ void StormCallback(void* context, BOOLEAN) {
 TEST_F(ThreadPoolTest, NoCallbackRunsAfterABlockingUnregisterReturns) {
   Storm storm;
   HANDLE wait = nullptr;
-  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, storm.event.get(), StormCallback, &storm, INFINITE, 0));
+  ASSERT_TRUE(RegisterWaitForSingleObject(&wait, storm.event.Get(), StormCallback, &storm, INFINITE, 0));
   std::atomic<bool> stop{false};
   std::thread signaller([&] {
-    while (!stop) SetEvent(storm.event.get());
+    while (!stop) SetEvent(storm.event.Get());
   });
-  AwaitSignal(storm.fewStarted.get());
+  AwaitSignal(storm.fewStarted.Get());
   ASSERT_TRUE(UnregisterWaitEx(wait, INVALID_HANDLE_VALUE));
   const int startedAtReturn = storm.started.load();
   EXPECT_EQ(storm.running.load(), 0);
   // Let the signaller go on for a while; nothing may start.
   UniqueKernelHandle never = MakeEvent(true);
-  ExpectNoSignal(never.get());
+  ExpectNoSignal(never.Get());
   stop = true;
   signaller.join();
   EXPECT_EQ(storm.started.load(), startedAtReturn);
@@ -472,13 +472,13 @@ TEST_F(ThreadPoolTest, OneShotTimerFiresOnceAfterItsDueTime) {
   Probe probe;
   UniqueTimer timer;
   const auto start = Clock::now();
-  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 50, 0, 0));
-  AwaitSignal(probe.entered.get());
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.Put(), nullptr, ProbeCallback, &probe, 50, 0, 0));
+  AwaitSignal(probe.entered.Get());
   // Windows measures due times on a coarser clock than std::chrono's, so a timer may fire up to a
   // clock tick before 50 ms have passed on the test's clock; it must not fire anywhere near at once.
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(40));
-  AwaitSignal(probe.left.get());
-  ExpectNoSignal(probe.left.get());
+  AwaitSignal(probe.left.Get());
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 1);
   EXPECT_EQ(probe.firedTrue.load(), 1);
 }
@@ -486,12 +486,12 @@ TEST_F(ThreadPoolTest, OneShotTimerFiresOnceAfterItsDueTime) {
 TEST_F(ThreadPoolTest, PeriodicTimerFiresEveryPeriod) {
   Probe probe;
   UniqueTimer timer;
-  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 0, 10, 0));
-  for (int i = 0; i < 5; ++i) AwaitSignal(probe.left.get());
-  timer.reset();
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.Put(), nullptr, ProbeCallback, &probe, 0, 10, 0));
+  for (int i = 0; i < 5; ++i) AwaitSignal(probe.left.Get());
+  timer.Reset();
   const int calls = probe.calls.load();
   EXPECT_GE(calls, 5);
-  ExpectNoSignal(probe.left.get());
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), calls);
 }
 
@@ -506,49 +506,49 @@ TEST_F(ThreadPoolTest, CreateTimerQueueTimerRejectsBadArguments) {
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
   UniqueKernelHandle notAQueue = MakeEvent(false);
   SetLastError(ERROR_SUCCESS);
-  EXPECT_FALSE(CreateTimerQueueTimer(&timer, notAQueue.get(), ProbeCallback, &probe, 10, 0, 0));
+  EXPECT_FALSE(CreateTimerQueueTimer(&timer, notAQueue.Get(), ProbeCallback, &probe, 10, 0, 0));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
 }
 
 TEST_F(ThreadPoolTest, ChangeTimerQueueTimerBringsAPendingTimerForward) {
   Probe probe;
   UniqueTimer timer;
-  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 3600000, 0, 0));
-  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 10, 0));
-  AwaitSignal(probe.left.get());
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.Put(), nullptr, ProbeCallback, &probe, 3600000, 0, 0));
+  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.Get(), 10, 0));
+  AwaitSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 1);
 }
 
 TEST_F(ThreadPoolTest, ChangeTimerQueueTimerPostponesAPendingTimer) {
   Probe probe;
   UniqueTimer timer;
-  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 30, 0, 0));
-  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 3600000, 0));
-  ExpectNoSignal(probe.left.get());
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.Put(), nullptr, ProbeCallback, &probe, 30, 0, 0));
+  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.Get(), 3600000, 0));
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 0);
 }
 
 TEST_F(ThreadPoolTest, ChangeTimerQueueTimerLeavesAOneShotTimerThatFired) {
   Probe probe;
   UniqueTimer timer;
-  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 0, 0, 0));
-  AwaitSignal(probe.left.get());
-  EXPECT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 10, 0));
-  ExpectNoSignal(probe.left.get());
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.Put(), nullptr, ProbeCallback, &probe, 0, 0, 0));
+  AwaitSignal(probe.left.Get());
+  EXPECT_TRUE(ChangeTimerQueueTimer(nullptr, timer.Get(), 10, 0));
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 1);
 }
 
 TEST_F(ThreadPoolTest, ChangeTimerQueueTimerToPeriodZeroStopsAPeriodicTimerAfterOneMoreCall) {
   Probe probe;
   UniqueTimer timer;
-  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 0, 10, 0));
-  AwaitSignal(probe.left.get());
-  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 20, 0));
-  AwaitSignal(probe.left.get());
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.Put(), nullptr, ProbeCallback, &probe, 0, 10, 0));
+  AwaitSignal(probe.left.Get());
+  ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer.Get(), 20, 0));
+  AwaitSignal(probe.left.Get());
   // A call of the old period may have been under way when the timer changed; then one more comes.
-  WaitForSingleObject(probe.left.get(), kQuietTime);
+  WaitForSingleObject(probe.left.Get(), kQuietTime);
   const int calls = probe.calls.load();
-  ExpectNoSignal(probe.left.get());
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), calls);
 }
 
@@ -561,7 +561,7 @@ TEST_F(ThreadPoolTest, DeletedTimerDoesNotFire) {
   SetLastError(ERROR_SUCCESS);
   const BOOL deleted = DeleteTimerQueueTimer(nullptr, timer, nullptr);
   EXPECT_TRUE(deleted || GetLastError() == static_cast<DWORD>(ERROR_IO_PENDING));
-  ExpectNoSignal(probe.left.get());
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 0);
 }
 
@@ -586,13 +586,13 @@ TEST_F(ThreadPoolTest, DeleteTimerQueueTimerReportsIoPendingWhileItsCallbackRuns
   probe.block = true;
   HANDLE timer = nullptr;
   ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 0, 0, 0));
-  AwaitSignal(probe.entered.get());
+  AwaitSignal(probe.entered.Get());
   SetLastError(ERROR_SUCCESS);
   EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer, nullptr));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_PENDING));
-  SetEvent(probe.release.get());
-  AwaitSignal(probe.left.get());
-  ExpectNoSignal(probe.left.get());
+  SetEvent(probe.release.Get());
+  AwaitSignal(probe.left.Get());
+  ExpectNoSignal(probe.left.Get());
   EXPECT_EQ(probe.calls.load(), 1);
 }
 
@@ -601,7 +601,7 @@ TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithInvalidHandleValueWaitsForTheRun
   probe.block = true;
   HANDLE timer = nullptr;
   ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 0, 0, 0));
-  AwaitSignal(probe.entered.get());
+  AwaitSignal(probe.entered.Get());
 
   UniqueKernelHandle returned = MakeEvent(true);
   std::atomic<BOOL> result{FALSE};
@@ -609,15 +609,15 @@ TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithInvalidHandleValueWaitsForTheRun
   std::thread deleting([&] {
     result = DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE);
     callsSeenAtReturn = probe.calls.load();
-    SetEvent(returned.get());
+    SetEvent(returned.Get());
   });
-  ExpectNoSignal(returned.get());
-  SetEvent(probe.release.get());
-  AwaitSignal(returned.get());
+  ExpectNoSignal(returned.Get());
+  SetEvent(probe.release.Get());
+  AwaitSignal(returned.Get());
   deleting.join();
   EXPECT_TRUE(result.load());
   EXPECT_EQ(callsSeenAtReturn.load(), 1);
-  ExpectNoSignal(probe.entered.get());
+  ExpectNoSignal(probe.entered.Get());
 }
 
 TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithAnEventReportsPendingAndSignalsItWhenTheRunningCallbackEnds) {
@@ -626,12 +626,12 @@ TEST_F(ThreadPoolTest, DeleteTimerQueueTimerWithAnEventReportsPendingAndSignalsI
   UniqueKernelHandle completion = MakeEvent(true);
   HANDLE timer = nullptr;
   ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, ProbeCallback, &probe, 0, 0, 0));
-  AwaitSignal(probe.entered.get());
-  EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer, completion.get()));
+  AwaitSignal(probe.entered.Get());
+  EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer, completion.Get()));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_IO_PENDING));
-  ExpectNoSignal(completion.get());
-  SetEvent(probe.release.get());
-  AwaitSignal(completion.get());
+  ExpectNoSignal(completion.Get());
+  SetEvent(probe.release.Get());
+  AwaitSignal(completion.Get());
   EXPECT_EQ(probe.calls.load(), 1);
   EXPECT_EQ(probe.inside.load(), 0);
 }
@@ -646,10 +646,10 @@ void ExpectDeleteFromOwnCallbackReportsIoPending(HANDLE completion) {
   ASSERT_TRUE(CreateTimerQueueTimer(&timer, nullptr, DeleteSelfCallback, &probe, 3600000, 0, 0));
   probe.self = timer;
   ASSERT_TRUE(ChangeTimerQueueTimer(nullptr, timer, 0, 0));
-  ASSERT_EQ(WaitForSingleObject(probe.left.get(), kLongWait), WAIT_OBJECT_0);
+  ASSERT_EQ(WaitForSingleObject(probe.left.Get(), kLongWait), WAIT_OBJECT_0);
   EXPECT_FALSE(probe.selfResult.load());
   EXPECT_EQ(probe.selfError.load(), static_cast<DWORD>(ERROR_IO_PENDING));
-  EXPECT_EQ(WaitForSingleObject(probe.left.get(), kQuietTime), WAIT_TIMEOUT);
+  EXPECT_EQ(WaitForSingleObject(probe.left.Get(), kQuietTime), WAIT_TIMEOUT);
   EXPECT_EQ(probe.calls.load(), 1);
 }
 
@@ -670,13 +670,13 @@ TEST_F(ThreadPoolTest, DeleteTimerQueueTimerRejectsACompletionThatIsNotAnEvent) 
   }
   Probe probe;
   UniqueTimer timer;
-  ASSERT_TRUE(CreateTimerQueueTimer(timer.put(), nullptr, ProbeCallback, &probe, 3600000, 0, 0));
+  ASSERT_TRUE(CreateTimerQueueTimer(timer.Put(), nullptr, ProbeCallback, &probe, 3600000, 0, 0));
   int notAHandle = 0;
   SetLastError(ERROR_SUCCESS);
-  EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer.get(), &notAHandle));
+  EXPECT_FALSE(DeleteTimerQueueTimer(nullptr, timer.Get(), &notAHandle));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
   // The timer is still there.
-  EXPECT_TRUE(ChangeTimerQueueTimer(nullptr, timer.get(), 3600000, 0));
+  EXPECT_TRUE(ChangeTimerQueueTimer(nullptr, timer.Get(), 3600000, 0));
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ TEST_F(DefaultMachineTest, FreshMachineGetsTheProductKeysAndFiveEndpoints) {
   EXPECT_TRUE(seeded.endpointsCreated);
   UniqueKey key;
   EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, u"SOFTWARE\\Velorin\\VelorinV3\\AudioApplication", 0, KEY_READ,
-                          key.put()),
+                          key.Put()),
             ERROR_SUCCESS);
   std::vector<Simulator::Endpoint> endpoints = audio.Endpoints().List(eAll, DEVICE_STATEMASK_ALL);
   ASSERT_EQ(endpoints.size(), 5u);

@@ -134,9 +134,9 @@ protected:
                      Platform::DWORD size) {
     Platform::UniqueKey key;
     ASSERT_EQ(Platform::RegCreateKeyExW(kSimulatorRoot.hive, path.c_str(), 0, nullptr, 0, Platform::KEY_ALL_ACCESS,
-                                        nullptr, key.put(), nullptr),
+                                        nullptr, key.Put(), nullptr),
               Platform::ERROR_SUCCESS);
-    ASSERT_EQ(Platform::RegSetValueExW(key.get(), name.c_str(), 0, type, static_cast<const Platform::BYTE*>(data),
+    ASSERT_EQ(Platform::RegSetValueExW(key.Get(), name.c_str(), 0, type, static_cast<const Platform::BYTE*>(data),
                                        size),
               Platform::ERROR_SUCCESS);
   }

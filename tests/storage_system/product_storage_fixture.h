@@ -33,7 +33,7 @@ protected:
 
   static bool KeyExists(Platform::HKEY root, const std::u16string& path) {
     Platform::UniqueKey key;
-    return Platform::RegOpenKeyExW(root, path.c_str(), 0, Platform::KEY_READ, key.put()) == Platform::ERROR_SUCCESS;
+    return Platform::RegOpenKeyExW(root, path.c_str(), 0, Platform::KEY_READ, key.Put()) == Platform::ERROR_SUCCESS;
   }
 
   int CountLogged(const std::string& text) const {

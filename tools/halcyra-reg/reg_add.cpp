@@ -49,15 +49,15 @@ int Add(const Arguments& arguments) {
 
   UniqueKey key;
   LSTATUS status = RegCreateKeyExW(name.root, name.WidePath().c_str(), 0, nullptr, 0, KEY_QUERY_VALUE | KEY_SET_VALUE,
-                                   nullptr, key.put(), nullptr);
+                                   nullptr, key.Put(), nullptr);
   if (status != ERROR_SUCCESS) return Failed(status);
 
   std::u16string wideName = valueName ? Utf8ToUtf16(*valueName) : std::u16string();
-  if (!force && RegQueryValueExW(key.get(), wideName.c_str(), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
+  if (!force && RegQueryValueExW(key.Get(), wideName.c_str(), nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS &&
       !Confirm("Value " + DisplayName(wideName) + " exists, overwrite")) {
     return Canceled();
   }
-  status = RegSetValueExW(key.get(), wideName.c_str(), 0, type, bytes.data(), static_cast<DWORD>(bytes.size()));
+  status = RegSetValueExW(key.Get(), wideName.c_str(), 0, type, bytes.data(), static_cast<DWORD>(bytes.size()));
   if (status != ERROR_SUCCESS) return Failed(status);
   return Succeeded();
 }

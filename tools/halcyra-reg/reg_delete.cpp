@@ -38,30 +38,30 @@ int Delete(const Arguments& arguments) {
 
   UniqueKey key;
   LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0,
-                                 KEY_QUERY_VALUE | KEY_SET_VALUE, key.put());
+                                 KEY_QUERY_VALUE | KEY_SET_VALUE, key.Put());
   if (status != ERROR_SUCCESS) return Failed(status);
 
   if (wholeKey) {
     if (!force && !Confirm("Permanently delete the registry key " + name.Full())) return Canceled();
-    key.reset();
+    key.Reset();
     status = RegDeleteTreeW(name.root, name.WidePath().c_str());
     return status == ERROR_SUCCESS ? Succeeded() : Failed(status);
   }
   if (allValues) {
     if (!force && !Confirm("Delete all values under the registry key " + name.Full())) return Canceled();
     std::vector<Value> values;
-    status = ReadValues(key.get(), values);
+    status = ReadValues(key.Get(), values);
     for (const Value& value : values) {
-      if (status == ERROR_SUCCESS) status = RegDeleteValueW(key.get(), value.name.c_str());
+      if (status == ERROR_SUCCESS) status = RegDeleteValueW(key.Get(), value.name.c_str());
     }
     return status == ERROR_SUCCESS ? Succeeded() : Failed(status);
   }
   std::u16string wideName = valueName ? Utf8ToUtf16(*valueName) : std::u16string();
-  if (RegQueryValueExW(key.get(), wideName.c_str(), nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
+  if (RegQueryValueExW(key.Get(), wideName.c_str(), nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
     return Failed(ERROR_FILE_NOT_FOUND);
   }
   if (!force && !Confirm("Delete the registry value " + DisplayName(wideName))) return Canceled();
-  status = RegDeleteValueW(key.get(), wideName.c_str());
+  status = RegDeleteValueW(key.Get(), wideName.c_str());
   return status == ERROR_SUCCESS ? Succeeded() : Failed(status);
 }
 

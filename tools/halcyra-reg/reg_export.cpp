@@ -26,8 +26,8 @@ LSTATUS AppendTree(HKEY key, const std::string& fullName, std::u16string& text) 
   AppendKeyText(text, fullName, values);
   for (const std::u16string& name : subKeys) {
     UniqueKey sub;
-    status = RegOpenKeyExW(key, name.c_str(), 0, KEY_READ, sub.put());
-    if (status == ERROR_SUCCESS) status = AppendTree(sub.get(), fullName + "\\" + Utf16ToUtf8(name), text);
+    status = RegOpenKeyExW(key, name.c_str(), 0, KEY_READ, sub.Put());
+    if (status == ERROR_SUCCESS) status = AppendTree(sub.Get(), fullName + "\\" + Utf16ToUtf8(name), text);
     if (status != ERROR_SUCCESS) return status;
   }
   return ERROR_SUCCESS;
@@ -45,11 +45,11 @@ int Export(const Arguments& arguments) {
   const std::filesystem::path path(Utf8ToUtf16(file));
   bool overwrite = arguments.size() == 3;
   UniqueKey key;
-  LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.put());
+  LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.Put());
   if (status != ERROR_SUCCESS) return Failed(status);
 
   std::u16string text = std::u16string(kRegFileHeader) + u"\r\n\r\n";
-  status = AppendTree(key.get(), name.Full(), text);
+  status = AppendTree(key.Get(), name.Full(), text);
   if (status != ERROR_SUCCESS) return Failed(status);
   std::error_code ignored;
   if (!overwrite && std::filesystem::exists(path, ignored) &&

@@ -35,10 +35,10 @@ LSTATUS Apply(const RegStatement& statement) {
     case RegStatement::Kind::CreateKey:
     case RegStatement::Kind::SetValue: {
       UniqueKey key;
-      LSTATUS status = RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, key.put(), nullptr);
+      LSTATUS status = RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_SET_VALUE, nullptr, key.Put(), nullptr);
       if (status != ERROR_SUCCESS || statement.kind == RegStatement::Kind::CreateKey) return status;
       const Value& value = statement.value;
-      return RegSetValueExW(key.get(), value.name.c_str(), 0, value.type, value.data.data(),
+      return RegSetValueExW(key.Get(), value.name.c_str(), 0, value.type, value.data.data(),
                             static_cast<DWORD>(value.data.size()));
     }
   }

@@ -34,8 +34,8 @@ LSTATUS QueryTree(HKEY key, const std::string& fullName, bool isStart, std::stri
   }
   for (const std::u16string& name : subKeys) {
     UniqueKey sub;
-    if (RegOpenKeyExW(key, name.c_str(), 0, KEY_READ, sub.put()) != ERROR_SUCCESS) continue;
-    status = QueryTree(sub.get(), fullName + "\\" + Utf16ToUtf8(name), false, output);
+    if (RegOpenKeyExW(key, name.c_str(), 0, KEY_READ, sub.Put()) != ERROR_SUCCESS) continue;
+    status = QueryTree(sub.Get(), fullName + "\\" + Utf16ToUtf8(name), false, output);
     if (status != ERROR_SUCCESS) return status;
   }
   return ERROR_SUCCESS;
@@ -58,8 +58,8 @@ LSTATUS FindValue(HKEY key, const std::string& fullName, const std::u16string& n
   if (status != ERROR_SUCCESS) return status;
   for (const std::u16string& sub : subKeys) {
     UniqueKey child;
-    if (RegOpenKeyExW(key, sub.c_str(), 0, KEY_READ, child.put()) != ERROR_SUCCESS) continue;
-    status = FindValue(child.get(), fullName + "\\" + Utf16ToUtf8(sub), name, output, matches);
+    if (RegOpenKeyExW(key, sub.c_str(), 0, KEY_READ, child.Put()) != ERROR_SUCCESS) continue;
+    status = FindValue(child.Get(), fullName + "\\" + Utf16ToUtf8(sub), name, output, matches);
     if (status != ERROR_SUCCESS) return status;
   }
   return ERROR_SUCCESS;
@@ -85,7 +85,7 @@ int Query(const Arguments& arguments) {
     }
   }
   UniqueKey key;
-  LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.put());
+  LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.Put());
   if (status != ERROR_SUCCESS) return Failed(status);
 
   std::string output = "\n";
@@ -94,14 +94,14 @@ int Query(const Arguments& arguments) {
     if (subtree) {
       // A search: no match is a result too.
       int matches = 0;
-      status = FindValue(key.get(), name.Full(), wanted, output, matches);
+      status = FindValue(key.Get(), name.Full(), wanted, output, matches);
       if (status != ERROR_SUCCESS) return Failed(status);
       output += "End of search: " + std::to_string(matches) + " match(es) found.";
       PrintLine(output);
       return kSuccess;
     }
     Value value;
-    status = ReadValue(key.get(), wanted, value);
+    status = ReadValue(key.Get(), wanted, value);
     if (status == ERROR_FILE_NOT_FOUND && defaultValue) {
       output += name.Full() + "\n    (Default)    REG_SZ    (value not set)\n";
     } else if (status != ERROR_SUCCESS) {
@@ -113,7 +113,7 @@ int Query(const Arguments& arguments) {
     return kSuccess;
   }
   if (subtree) {
-    status = QueryTree(key.get(), name.Full(), true, output);
+    status = QueryTree(key.Get(), name.Full(), true, output);
     if (status != ERROR_SUCCESS) return Failed(status);
     output.pop_back();
     PrintLine(output);
@@ -121,8 +121,8 @@ int Query(const Arguments& arguments) {
   }
   std::vector<Value> values;
   std::vector<std::u16string> subKeys;
-  status = ReadValues(key.get(), values);
-  if (status == ERROR_SUCCESS) status = ReadSubKeys(key.get(), subKeys);
+  status = ReadValues(key.Get(), values);
+  if (status == ERROR_SUCCESS) status = ReadSubKeys(key.Get(), subKeys);
   if (status != ERROR_SUCCESS) return Failed(status);
   if (!values.empty()) {
     output += name.Full() + "\n";

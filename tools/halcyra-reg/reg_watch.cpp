@@ -39,8 +39,8 @@ LSTATUS Take(HKEY key, const std::string& fullName, bool subtree, Snapshot& snap
       continue;
     }
     UniqueKey child;
-    if (RegOpenKeyExW(key, name.c_str(), 0, KEY_READ, child.put()) != ERROR_SUCCESS) continue;
-    status = Take(child.get(), childName, true, snapshot);
+    if (RegOpenKeyExW(key, name.c_str(), 0, KEY_READ, child.Put()) != ERROR_SUCCESS) continue;
+    status = Take(child.Get(), childName, true, snapshot);
     if (status != ERROR_SUCCESS) return status;
   }
   return ERROR_SUCCESS;
@@ -90,22 +90,22 @@ int Watch(const Arguments& arguments) {
   bool subtree = arguments.size() == 2;
   UniqueKey key;
   LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0,
-                                 KEY_READ | KEY_NOTIFY, key.put());
+                                 KEY_READ | KEY_NOTIFY, key.Put());
   if (status != ERROR_SUCCESS) return Failed(status);
   UniqueKernelHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
   if (!event) return Failed(ERROR_NOT_ENOUGH_MEMORY);
   const DWORD filter = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC;
 
-  status = RegNotifyChangeKeyValue(key.get(), subtree ? TRUE : FALSE, filter, event.get(), TRUE);
+  status = RegNotifyChangeKeyValue(key.Get(), subtree ? TRUE : FALSE, filter, event.Get(), TRUE);
   Snapshot seen;
-  if (status == ERROR_SUCCESS) status = Take(key.get(), name.Full(), subtree, seen);
+  if (status == ERROR_SUCCESS) status = Take(key.Get(), name.Full(), subtree, seen);
   if (status != ERROR_SUCCESS) return Failed(status);
   PrintLine("Watching " + name.Full() + (subtree ? " and its subkeys" : "") + ". Press Ctrl+C to stop.");
   for (;;) {
-    if (WaitForSingleObject(event.get(), INFINITE) != WAIT_OBJECT_0) return Failed(ERROR_INVALID_HANDLE);
-    status = RegNotifyChangeKeyValue(key.get(), subtree ? TRUE : FALSE, filter, event.get(), TRUE);
+    if (WaitForSingleObject(event.Get(), INFINITE) != WAIT_OBJECT_0) return Failed(ERROR_INVALID_HANDLE);
+    status = RegNotifyChangeKeyValue(key.Get(), subtree ? TRUE : FALSE, filter, event.Get(), TRUE);
     Snapshot now;
-    if (status == ERROR_SUCCESS) status = Take(key.get(), name.Full(), subtree, now);
+    if (status == ERROR_SUCCESS) status = Take(key.Get(), name.Full(), subtree, now);
     if (status == ERROR_KEY_DELETED) {
       PrintLine(name.Full() + "    (key deleted)");
       return kSuccess;

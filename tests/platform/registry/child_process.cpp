@@ -98,7 +98,7 @@ struct ChildProcess::State {
     UniqueKernelHandle owned(pipe);
     char buffer[4096];
     DWORD length = 0;
-    while (ReadFile(owned.get(), buffer, sizeof(buffer), &length, nullptr)) {
+    while (ReadFile(owned.Get(), buffer, sizeof(buffer), &length, nullptr)) {
       std::lock_guard lock(mutex);
       stream.pending.append(buffer, length);
       changed.notify_all();
@@ -116,9 +116,9 @@ struct ChildProcess::State {
   // Records the child's exit code if it ended within `milliseconds`.
   void WaitForEnd(DWORD milliseconds) {
     if (ended || !process) return;
-    if (WaitForSingleObject(process.get(), milliseconds) != WAIT_OBJECT_0) return;
+    if (WaitForSingleObject(process.Get(), milliseconds) != WAIT_OBJECT_0) return;
     DWORD code = 0;
-    if (GetExitCodeProcess(process.get(), &code)) exitCode = static_cast<int>(code);
+    if (GetExitCodeProcess(process.Get(), &code)) exitCode = static_cast<int>(code);
     ended = true;
   }
 };
@@ -147,30 +147,30 @@ bool ChildProcess::Start(const std::string& program, const std::vector<std::stri
   PROCESS_INFORMATION started{};
   {
     std::lock_guard lock(StartMutex());
-    if (!CreatePipe(outputRead.put(), outputWrite.put(), nullptr, 0)) return false;
-    if (!CreatePipe(errorRead.put(), errorWrite.put(), nullptr, 0)) return false;
-    if (!SetHandleInformation(outputWrite.get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT) ||
-        !SetHandleInformation(errorWrite.get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT)) {
+    if (!CreatePipe(outputRead.Put(), outputWrite.Put(), nullptr, 0)) return false;
+    if (!CreatePipe(errorRead.Put(), errorWrite.Put(), nullptr, 0)) return false;
+    if (!SetHandleInformation(outputWrite.Get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT) ||
+        !SetHandleInformation(errorWrite.Get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT)) {
       return false;
     }
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = outputWrite.get();
-    startup.hStdError = errorWrite.get();
+    startup.hStdOutput = outputWrite.Get();
+    startup.hStdError = errorWrite.Get();
     if (!CreateProcessW(path.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                         &started)) {
       return false;
     }
     // Only the child holds the write ends now, so its end closes the pipes.
-    outputWrite.reset();
-    errorWrite.reset();
+    outputWrite.Reset();
+    errorWrite.Reset();
   }
   UniqueKernelHandle thread(started.hThread);
-  m_state->process.reset(started.hProcess);
+  m_state->process.Reset(started.hProcess);
   m_state->processId = started.dwProcessId;
-  m_state->StartReader(outputRead.release(), m_state->output);
-  m_state->StartReader(errorRead.release(), m_state->error);
+  m_state->StartReader(outputRead.Detach(), m_state->output);
+  m_state->StartReader(errorRead.Detach(), m_state->error);
   return true;
 }
 
@@ -212,7 +212,7 @@ void ChildProcess::Interrupt() {
 
 void ChildProcess::Kill() {
   if (m_state->process && !m_state->ended) {
-    (void)TerminateProcess(m_state->process.get(), static_cast<UINT>(kKilledExitCode));
+    (void)TerminateProcess(m_state->process.Get(), static_cast<UINT>(kKilledExitCode));
   }
 }
 

@@ -92,12 +92,12 @@ protected:
     RegistryArgumentEdgesTest::SetUp();
     char16_t keyClass[] = u"subkey class";
     ASSERT_EQ(ERROR_SUCCESS,
-              RegCreateKeyExW(Root(), u"sub", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, m_key.put(), nullptr));
+              RegCreateKeyExW(Root(), u"sub", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, m_key.Put(), nullptr));
     std::memset(m_buffer, 0x55, sizeof(m_buffer));
   }
 
   LSTATUS QueryClass(DWORD& length) {
-    return RegQueryInfoKeyW(m_key.get(), m_buffer, &length, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    return RegQueryInfoKeyW(m_key.Get(), m_buffer, &length, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                             nullptr, nullptr, nullptr);
   }
 

@@ -25,8 +25,8 @@ protected:
     if (!Testing::RegistrySandbox::HasRegistryFolder()) GTEST_SKIP() << "the kill point belongs to the Linux registry";
     ASSERT_TRUE(m_sandbox.Ready());
     ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Watched", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                             m_watched.put(), nullptr));
-    m_event.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+                                             m_watched.Put(), nullptr));
+    m_event.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     ASSERT_TRUE(m_event);
   }
 
@@ -38,15 +38,15 @@ protected:
 TEST_F(RegistryCommitAnnouncementTest, WriterKilledRightAfterItsCommitStillSignalsTheWatchersOfOtherProcesses) {
   const std::string key = Testing::Narrow(m_sandbox.RootPath()) + "\\Watched";
   for (DWORD round = 1; round <= kRounds; ++round) {
-    ASSERT_EQ(ERROR_SUCCESS, RegNotifyChangeKeyValue(m_watched.get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, m_event.get(),
+    ASSERT_EQ(ERROR_SUCCESS, RegNotifyChangeKeyValue(m_watched.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, m_event.Get(),
                                                      TRUE));
     ChildProcess::Result writer = ChildProcess::Run(HALCYRA_DYING_WRITER, {key, std::to_string(round)});
     ASSERT_EQ(ChildProcess::kKilledExitCode, writer.exitCode) << "round " << round << ": " << writer.error;
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(m_event.get(), kSignalWait)) << "round " << round;
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(m_event.Get(), kSignalWait)) << "round " << round;
     // The write itself was committed before the kill.
     DWORD value = 0, size = 4;
     ASSERT_EQ(ERROR_SUCCESS,
-              RegGetValueW(m_watched.get(), nullptr, u"Value", RRF_RT_REG_DWORD, nullptr, &value, &size));
+              RegGetValueW(m_watched.Get(), nullptr, u"Value", RRF_RT_REG_DWORD, nullptr, &value, &size));
     EXPECT_EQ(round, value);
   }
 }

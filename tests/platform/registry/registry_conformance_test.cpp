@@ -47,13 +47,13 @@ protected:
 
   UniqueKey Create(HKEY parent, const char16_t* path, DWORD options = 0, REGSAM access = KEY_ALL_ACCESS) {
     UniqueKey key;
-    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(parent, path, 0, nullptr, options, access, nullptr, key.put(), nullptr));
+    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(parent, path, 0, nullptr, options, access, nullptr, key.Put(), nullptr));
     return key;
   }
 
   UniqueKey Open(HKEY parent, const char16_t* path, REGSAM access = KEY_ALL_ACCESS) {
     UniqueKey key;
-    EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(parent, path, 0, access, key.put()));
+    EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(parent, path, 0, access, key.Put()));
     return key;
   }
 
@@ -88,24 +88,24 @@ TEST_P(RegistryConformanceTest, CreateKeyReportsNewKeyThenExistingKey) {
   UniqueKey first, second;
   DWORD disposition = 0;
   ASSERT_EQ(ERROR_SUCCESS,
-            RegCreateKeyExW(Root(), u"Fresh", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, first.put(), &disposition));
+            RegCreateKeyExW(Root(), u"Fresh", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, first.Put(), &disposition));
   EXPECT_EQ(REG_CREATED_NEW_KEY, disposition);
   ASSERT_EQ(ERROR_SUCCESS,
-            RegCreateKeyExW(Root(), u"Fresh", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, second.put(), &disposition));
+            RegCreateKeyExW(Root(), u"Fresh", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, second.Put(), &disposition));
   EXPECT_EQ(REG_OPENED_EXISTING_KEY, disposition);
-  EXPECT_NE(first.get(), second.get());
+  EXPECT_NE(first.Get(), second.Get());
 }
 
 TEST_P(RegistryConformanceTest, CreateKeyMakesEveryMissingLevel) {
   Create(Root(), u"A\\B\\C");
   UniqueKey b = Open(Root(), u"A\\B");
   EXPECT_TRUE(b);
-  EXPECT_EQ(std::vector<std::u16string>{u"C"}, SubKeyNames(b.get()));
+  EXPECT_EQ(std::vector<std::u16string>{u"C"}, SubKeyNames(b.Get()));
 }
 
 TEST_P(RegistryConformanceTest, CreateKeyRejectsNonZeroReserved) {
   UniqueKey key;
-  EXPECT_EQ(ERROR_INVALID_PARAMETER, RegCreateKeyExW(Root(), u"X", 1, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr));
+  EXPECT_EQ(ERROR_INVALID_PARAMETER, RegCreateKeyExW(Root(), u"X", 1, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
 }
 
 TEST_P(RegistryConformanceTest, OpenMissingKeyFailsWithFileNotFoundAndNullResult) {
@@ -148,11 +148,11 @@ TEST_P(RegistryConformanceTest, PredefinedKeyWithEmptyPathOpensThePredefinedKey)
 
 TEST_P(RegistryConformanceTest, EmptyPathBelowAnOpenKeyGivesANewHandle) {
   UniqueKey again;
-  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(Root(), u"", 0, KEY_READ, again.put()));
-  EXPECT_NE(Root(), again.get());
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(Root(), u"", 0, KEY_READ, again.Put()));
+  EXPECT_NE(Root(), again.Get());
   SetDword(Root(), u"Seen", 7);
   DWORD value = 0, size = 4;
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(again.get(), nullptr, u"Seen", RRF_RT_REG_DWORD, nullptr, &value, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(again.Get(), nullptr, u"Seen", RRF_RT_REG_DWORD, nullptr, &value, &size));
   EXPECT_EQ(7u, value);
 }
 
@@ -178,7 +178,7 @@ TEST_P(RegistryConformanceTest, KeyNamesIgnoreCaseAndKeepTheirCase) {
   DWORD disposition = 0;
   UniqueKey upper;
   ASSERT_EQ(ERROR_SUCCESS,
-            RegCreateKeyExW(Root(), u"MIXEDCASE", 0, nullptr, 0, KEY_READ, nullptr, upper.put(), &disposition));
+            RegCreateKeyExW(Root(), u"MIXEDCASE", 0, nullptr, 0, KEY_READ, nullptr, upper.Put(), &disposition));
   EXPECT_EQ(REG_OPENED_EXISTING_KEY, disposition);
   EXPECT_EQ(std::vector<std::u16string>{u"MixedCase"}, SubKeyNames(Root()));
 }
@@ -342,7 +342,7 @@ TEST_P(RegistryConformanceTest, GetValueRejectsDataWithoutSize) {
 
 TEST_P(RegistryConformanceTest, GetValueReadsThroughASubKey) {
   UniqueKey child = Create(Root(), u"Child");
-  SetDword(child.get(), u"Dword", 9);
+  SetDword(child.Get(), u"Dword", 9);
   DWORD value = 0, size = 4, type = 0;
   ASSERT_EQ(ERROR_SUCCESS, RegGetValueW(Root(), u"Child", u"Dword", RRF_RT_REG_DWORD, &type, &value, &size));
   EXPECT_EQ(9u, value);
@@ -539,7 +539,7 @@ TEST_P(RegistryConformanceTest, EnumKeyWithASmallBufferIsMoreData) {
 TEST_P(RegistryConformanceTest, EnumKeyGivesClassAndLastWriteTime) {
   UniqueKey key;
   char16_t keyClass[] = u"Kind";
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"Classy", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"Classy", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
   char16_t name[16], classBuffer[16];
   DWORD length = 16, classLength = 16;
   FILETIME written{};
@@ -620,7 +620,7 @@ TEST_P(RegistryConformanceTest, EnumerationSeesEveryValueOnce) {
 TEST_P(RegistryConformanceTest, QueryInfoKeyCountsSubKeysAndValues) {
   char16_t keyClass[] = u"subsubkey class";
   UniqueKey sub;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"subsubkey", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, sub.put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"subsubkey", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, sub.Put(), nullptr));
   SetBytes(Root(), nullptr, REG_SZ, StringBytes(u"data"));
   SetBytes(Root(), u"value one", REG_SZ, StringBytes(u"first value data"));
   SetBytes(Root(), u"value 2", REG_SZ, StringBytes(u"second value data"));
@@ -640,14 +640,14 @@ TEST_P(RegistryConformanceTest, QueryInfoKeyCountsSubKeysAndValues) {
 TEST_P(RegistryConformanceTest, QueryInfoKeyGivesTheClass) {
   char16_t keyClass[] = u"subkey class";
   UniqueKey sub;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"sub", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, sub.put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"sub", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, sub.Put(), nullptr));
   char16_t buffer[32];
   DWORD length = 32;
-  ASSERT_EQ(ERROR_SUCCESS, RegQueryInfoKeyW(sub.get(), buffer, &length, nullptr, nullptr, nullptr, nullptr, nullptr,
+  ASSERT_EQ(ERROR_SUCCESS, RegQueryInfoKeyW(sub.Get(), buffer, &length, nullptr, nullptr, nullptr, nullptr, nullptr,
                                             nullptr, nullptr, nullptr, nullptr));
   EXPECT_EQ(12u, length);
   EXPECT_EQ(u"subkey class", std::u16string(buffer));
-  EXPECT_EQ(ERROR_INVALID_PARAMETER, RegQueryInfoKeyW(sub.get(), buffer, nullptr, nullptr, nullptr, nullptr, nullptr,
+  EXPECT_EQ(ERROR_INVALID_PARAMETER, RegQueryInfoKeyW(sub.Get(), buffer, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                       nullptr, nullptr, nullptr, nullptr, nullptr));
 }
 
@@ -655,10 +655,10 @@ TEST_P(RegistryConformanceTest, QueryInfoKeyGivesTheClass) {
 
 TEST_P(RegistryConformanceTest, DeleteTreeRemovesTheKeyAndEverythingBelow) {
   UniqueKey deep = Create(Root(), u"Tree\\A\\B");
-  SetDword(deep.get(), u"V", 1);
+  SetDword(deep.Get(), u"V", 1);
   Create(Root(), u"Tree\\C");
   Create(Root(), u"Treehouse");
-  deep.reset();
+  deep.Reset();
   ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(Root(), u"Tree"));
   EXPECT_EQ(std::vector<std::u16string>{u"Treehouse"}, SubKeyNames(Root()));
   HKEY key = nullptr;
@@ -667,12 +667,12 @@ TEST_P(RegistryConformanceTest, DeleteTreeRemovesTheKeyAndEverythingBelow) {
 
 TEST_P(RegistryConformanceTest, DeleteTreeWithoutSubKeyEmptiesTheKeyButKeepsIt) {
   UniqueKey tree = Create(Root(), u"Tree");
-  Create(tree.get(), u"A\\B");
-  SetDword(tree.get(), u"V", 1);
-  ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(tree.get(), nullptr));
-  EXPECT_TRUE(SubKeyNames(tree.get()).empty());
+  Create(tree.Get(), u"A\\B");
+  SetDword(tree.Get(), u"V", 1);
+  ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(tree.Get(), nullptr));
+  EXPECT_TRUE(SubKeyNames(tree.Get()).empty());
   DWORD values = 5;
-  ASSERT_EQ(ERROR_SUCCESS, RegQueryInfoKeyW(tree.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &values,
+  ASSERT_EQ(ERROR_SUCCESS, RegQueryInfoKeyW(tree.Get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &values,
                                             nullptr, nullptr, nullptr, nullptr));
   EXPECT_EQ(0u, values);
   EXPECT_EQ(std::vector<std::u16string>{u"Tree"}, SubKeyNames(Root()));
@@ -684,15 +684,15 @@ TEST_P(RegistryConformanceTest, DeleteTreeOfAMissingKeyIsFileNotFound) {
 
 TEST_P(RegistryConformanceTest, DeleteKeyValueRemovesOneValue) {
   UniqueKey child = Create(Root(), u"Child");
-  SetDword(child.get(), u"Gone", 1);
-  SetDword(child.get(), u"Kept", 2);
+  SetDword(child.Get(), u"Gone", 1);
+  SetDword(child.Get(), u"Kept", 2);
   ASSERT_EQ(ERROR_SUCCESS, RegDeleteKeyValueW(Root(), u"Child", u"Gone"));
-  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegGetValueW(child.get(), nullptr, u"Gone", RRF_RT_ANY, nullptr, nullptr, nullptr));
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(child.get(), nullptr, u"Kept", RRF_RT_ANY, nullptr, nullptr, nullptr));
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegGetValueW(child.Get(), nullptr, u"Gone", RRF_RT_ANY, nullptr, nullptr, nullptr));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(child.Get(), nullptr, u"Kept", RRF_RT_ANY, nullptr, nullptr, nullptr));
   EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyValueW(Root(), u"Child", u"Gone"));
   EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyValueW(Root(), u"Missing", u"Kept"));
-  EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(child.get(), u"Kept"));
-  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueW(child.get(), u"Kept"));
+  EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(child.Get(), u"Kept"));
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteValueW(child.Get(), u"Kept"));
 }
 
 TEST_P(RegistryConformanceTest, DeleteKeyRefusesAKeyWithSubKeys) {
@@ -705,28 +705,28 @@ TEST_P(RegistryConformanceTest, DeleteKeyRefusesAKeyWithSubKeys) {
 
 TEST_P(RegistryConformanceTest, DeleteKeyWithEmptyPathDeletesTheKeyItself) {
   UniqueKey key = Create(Root(), u"Self");
-  ASSERT_EQ(ERROR_SUCCESS, RegDeleteKeyW(key.get(), u""));
+  ASSERT_EQ(ERROR_SUCCESS, RegDeleteKeyW(key.Get(), u""));
   EXPECT_TRUE(SubKeyNames(Root()).empty());
 }
 
 TEST_P(RegistryConformanceTest, EveryHandleOfADeletedKeyGivesKeyDeleted) {
   UniqueKey doomed = Create(Root(), u"Doomed");
-  UniqueKey below = Create(doomed.get(), u"Below");
-  SetDword(doomed.get(), u"V", 1);
+  UniqueKey below = Create(doomed.Get(), u"Below");
+  SetDword(doomed.Get(), u"V", 1);
   ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(Root(), u"Doomed"));
   DWORD value = 0, size = 4;
-  EXPECT_EQ(ERROR_KEY_DELETED, RegQueryValueExW(doomed.get(), u"V", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size));
-  EXPECT_EQ(ERROR_KEY_DELETED, RegSetValueExW(doomed.get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
+  EXPECT_EQ(ERROR_KEY_DELETED, RegQueryValueExW(doomed.Get(), u"V", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size));
+  EXPECT_EQ(ERROR_KEY_DELETED, RegSetValueExW(doomed.Get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
   char16_t name[16];
   DWORD length = 16;
-  EXPECT_EQ(ERROR_KEY_DELETED, RegEnumKeyExW(doomed.get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(ERROR_KEY_DELETED, RegEnumKeyExW(doomed.Get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr));
   length = 16;
-  EXPECT_EQ(ERROR_KEY_DELETED, RegEnumValueW(doomed.get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr));
-  EXPECT_EQ(ERROR_KEY_DELETED, RegQueryInfoKeyW(below.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+  EXPECT_EQ(ERROR_KEY_DELETED, RegEnumValueW(doomed.Get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(ERROR_KEY_DELETED, RegQueryInfoKeyW(below.Get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                 nullptr, nullptr, nullptr, nullptr, nullptr));
   HKEY key = nullptr;
-  EXPECT_EQ(ERROR_KEY_DELETED, RegCreateKeyExW(doomed.get(), u"New", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
-  EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(doomed.release()));
+  EXPECT_EQ(ERROR_KEY_DELETED, RegCreateKeyExW(doomed.Get(), u"New", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+  EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(doomed.Detach()));
 }
 
 // Volatile keys.
@@ -735,19 +735,19 @@ TEST_P(RegistryConformanceTest, ChildOfAVolatileKeyMustBeVolatile) {
   UniqueKey parent = Create(Root(), u"Volatile", REG_OPTION_VOLATILE);
   HKEY key = nullptr;
   EXPECT_EQ(ERROR_CHILD_MUST_BE_VOLATILE,
-            RegCreateKeyExW(parent.get(), u"Stable", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
-  UniqueKey child = Create(parent.get(), u"Child", REG_OPTION_VOLATILE);
+            RegCreateKeyExW(parent.Get(), u"Stable", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+  UniqueKey child = Create(parent.Get(), u"Child", REG_OPTION_VOLATILE);
   EXPECT_TRUE(child);
   // An existing key opens whatever the options ask for.
-  UniqueKey again = Create(parent.get(), u"Child");
+  UniqueKey again = Create(parent.Get(), u"Child");
   EXPECT_TRUE(again);
 }
 
 TEST_P(RegistryConformanceTest, SetKeyValueBelowAVolatileKeyNeedsAVolatileSubKey) {
   UniqueKey parent = Create(Root(), u"Volatile", REG_OPTION_VOLATILE);
   DWORD value = 1;
-  EXPECT_EQ(ERROR_CHILD_MUST_BE_VOLATILE, RegSetKeyValueW(parent.get(), u"Missing", u"V", REG_DWORD, &value, 4));
-  EXPECT_EQ(ERROR_SUCCESS, RegSetKeyValueW(parent.get(), nullptr, u"V", REG_DWORD, &value, 4));
+  EXPECT_EQ(ERROR_CHILD_MUST_BE_VOLATILE, RegSetKeyValueW(parent.Get(), u"Missing", u"V", REG_DWORD, &value, 4));
+  EXPECT_EQ(ERROR_SUCCESS, RegSetKeyValueW(parent.Get(), nullptr, u"V", REG_DWORD, &value, 4));
 }
 
 // Access rights of handles.
@@ -756,11 +756,11 @@ TEST_P(RegistryConformanceTest, WritingThroughAReadHandleIsAccessDenied) {
   SetDword(Root(), u"V", 1);
   UniqueKey reader = Open(Root(), nullptr, KEY_READ);
   DWORD value = 2;
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExW(reader.get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetKeyValueW(reader.get(), nullptr, u"V", REG_DWORD, &value, 4));
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteValueW(reader.get(), u"V"));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExW(reader.Get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetKeyValueW(reader.Get(), nullptr, u"V", REG_DWORD, &value, 4));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteValueW(reader.Get(), u"V"));
   DWORD read = 0, size = 4;
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(reader.get(), nullptr, u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(reader.Get(), nullptr, u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
   EXPECT_EQ(1u, read);
 }
 
@@ -768,28 +768,28 @@ TEST_P(RegistryConformanceTest, ReadingThroughAWriteHandleIsAccessDenied) {
   SetDword(Root(), u"V", 1);
   UniqueKey writer = Open(Root(), nullptr, KEY_SET_VALUE);
   DWORD value = 0, size = 4;
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegQueryValueExW(writer.get(), u"V", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegQueryValueExW(writer.Get(), u"V", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size));
   char16_t name[8];
   DWORD length = 8;
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegEnumKeyExW(writer.get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr));
-  EXPECT_EQ(ERROR_SUCCESS, RegSetValueExW(writer.get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegEnumKeyExW(writer.Get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(ERROR_SUCCESS, RegSetValueExW(writer.Get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
 }
 
 TEST_P(RegistryConformanceTest, ParentRightsDoNotLimitCreatingOrOpeningSubKeys) {
   UniqueKey notify = Create(Root(), u"Parent", 0, KEY_NOTIFY);
   UniqueKey child;
-  EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(notify.get(), u"Child", 0, nullptr, 0, KEY_SET_VALUE, nullptr, child.put(), nullptr));
+  EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(notify.Get(), u"Child", 0, nullptr, 0, KEY_SET_VALUE, nullptr, child.Put(), nullptr));
   UniqueKey opened;
-  EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(notify.get(), u"Child", 0, KEY_READ, opened.put()));
+  EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(notify.Get(), u"Child", 0, KEY_READ, opened.Put()));
 }
 
 TEST_P(RegistryConformanceTest, SixtyFourBitViewFlagIsAccepted) {
   UniqueKey key = Create(Root(), u"View", 0, KEY_READ | KEY_WRITE | KEY_WOW64_64KEY);
   DWORD value = 3;
-  EXPECT_EQ(ERROR_SUCCESS, RegSetValueExW(key.get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
+  EXPECT_EQ(ERROR_SUCCESS, RegSetValueExW(key.Get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
   UniqueKey again = Open(Root(), u"View", 0x20119);
   DWORD read = 0, size = 4;
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(again.get(), nullptr, u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(again.Get(), nullptr, u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
   EXPECT_EQ(3u, read);
 }
 
@@ -804,9 +804,9 @@ TEST_P(RegistryConformanceTest, SecurityOfAKeyCanBeSet) {
   SECURITY_ATTRIBUTES attributes{sizeof(SECURITY_ATTRIBUTES), descriptor, FALSE};
   UniqueKey secured;
   EXPECT_EQ(ERROR_SUCCESS,
-            RegCreateKeyExW(Root(), u"Secured", 0, nullptr, 0, KEY_ALL_ACCESS, &attributes, secured.put(), nullptr));
+            RegCreateKeyExW(Root(), u"Secured", 0, nullptr, 0, KEY_ALL_ACCESS, &attributes, secured.Put(), nullptr));
   DWORD length = 0;
-  ASSERT_EQ(ERROR_SUCCESS, RegQueryInfoKeyW(secured.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+  ASSERT_EQ(ERROR_SUCCESS, RegQueryInfoKeyW(secured.Get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                                             nullptr, nullptr, nullptr, &length, nullptr));
   EXPECT_NE(0u, length);
   LocalFree(descriptor);

@@ -53,7 +53,7 @@ protected:
 TEST_F(RegistryCrossProcessTest, WatchToolPrintsAChangeMadeByTheAddTool) {
   UniqueKey probe;
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Probe", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                           probe.put(), nullptr));
+                                           probe.Put(), nullptr));
   const std::string probeName = "HKEY_CURRENT_USER\\" + Testing::Narrow(m_sandbox.RootPath()) + "\\Probe";
   ChildProcess watcher;
   ASSERT_TRUE(watcher.Start(HALCYRA_REG_TOOL, {"watch", m_sandbox.RootCommandPath() + "\\Probe", "/s"}));
@@ -80,13 +80,13 @@ TEST_F(RegistryCrossProcessTest, WatchToolPrintsAChangeMadeByTheAddTool) {
 TEST_F(RegistryCrossProcessTest, ChildWatchIsSignalledByAWriteOfThisProcess) {
   UniqueKey watched;
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Watched", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                           watched.put(), nullptr));
+                                           watched.Put(), nullptr));
   ChildProcess child;
   std::string key = Testing::Narrow(m_sandbox.RootPath()) + "\\Watched";
   ASSERT_TRUE(child.Start(HALCYRA_REGISTRY_CHILD, {"watch", key, "10"}));
   ASSERT_TRUE(WaitForLine(child, "armed"));
   DWORD value = 1;
-  ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(watched.get(), u"Deeper", u"V", REG_DWORD, &value, 4));
+  ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(watched.Get(), u"Deeper", u"V", REG_DWORD, &value, 4));
   ChildProcess::Result result = child.Finish(kLineWait);
   EXPECT_EQ(0, result.exitCode);
   EXPECT_EQ("signalled\n", result.output);
@@ -121,12 +121,12 @@ TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites
     // A fresh start of the registry in this process opens the hive as any next process would.
     Testing::RegistrySandbox::ReopenRegistry();
     UniqueKey killed;
-    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, wideKey.c_str(), 0, KEY_READ, killed.put()));
+    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, wideKey.c_str(), 0, KEY_READ, killed.Put()));
     std::set<DWORD> numbers;
     for (DWORD index = 0;; ++index) {
       char16_t name[32];
       DWORD length = 32, data = 0, size = 4, type = 0;
-      LSTATUS status = RegEnumValueW(killed.get(), index, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
+      LSTATUS status = RegEnumValueW(killed.Get(), index, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
       if (status == ERROR_NO_MORE_ITEMS) break;
       ASSERT_EQ(ERROR_SUCCESS, status);
       char expected[16];
@@ -148,14 +148,14 @@ TEST_F(RegistryCrossProcessTest, FourWritersAndAWatcherLoseNothingInTenSeconds) 
   const std::string base = Testing::Narrow(m_sandbox.RootPath()) + "\\Busy";
   UniqueKey busy;
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CURRENT_USER, Testing::Widen(base).c_str(), 0, nullptr, 0,
-                                           KEY_ALL_ACCESS, nullptr, busy.put(), nullptr));
+                                           KEY_ALL_ACCESS, nullptr, busy.Put(), nullptr));
   constexpr int kWriters = 4;
   auto readValues = [&] {
     std::map<int, DWORD> values;
     for (int i = 0; i < kWriters; ++i) {
       DWORD value = 0, size = 4;
       std::u16string sub = u"W" + Testing::Widen(std::to_string(i));
-      if (RegGetValueW(busy.get(), sub.c_str(), u"Value", RRF_RT_REG_DWORD, nullptr, &value, &size) == ERROR_SUCCESS) {
+      if (RegGetValueW(busy.Get(), sub.c_str(), u"Value", RRF_RT_REG_DWORD, nullptr, &value, &size) == ERROR_SUCCESS) {
         values[i] = value;
       }
     }
@@ -173,9 +173,9 @@ TEST_F(RegistryCrossProcessTest, FourWritersAndAWatcherLoseNothingInTenSeconds) 
     UniqueKernelHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     bool signalled = false;
     while (!stop) {
-      LSTATUS status = RegNotifyChangeKeyValue(busy.get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_NAME |
+      LSTATUS status = RegNotifyChangeKeyValue(busy.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_NAME |
                                                                      REG_NOTIFY_THREAD_AGNOSTIC,
-                                               event.get(), TRUE);
+                                               event.Get(), TRUE);
       if (status != ERROR_SUCCESS) {
         watcherStatus = status;
         return;
@@ -185,7 +185,7 @@ TEST_F(RegistryCrossProcessTest, FourWritersAndAWatcherLoseNothingInTenSeconds) 
         lastView = readValues();
         lastViewAfterSignal = signalled;
       }
-      while (!stop && WaitForSingleObject(event.get(), 50) != WAIT_OBJECT_0) {
+      while (!stop && WaitForSingleObject(event.Get(), 50) != WAIT_OBJECT_0) {
       }
       signalled = true;
       ++signals;
@@ -229,14 +229,14 @@ TEST_F(RegistryCrossProcessTest, FourWritersAndAWatcherLoseNothingInTenSeconds) 
 TEST_F(RegistryCrossProcessTest, ExportAndImportRoundTripThroughAFile) {
   UniqueKey source;
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Source\\Sub", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                           source.put(), nullptr));
+                                           source.Put(), nullptr));
   DWORD number = 0x100;
-  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.get(), u"DWORD", 0, REG_DWORD, reinterpret_cast<BYTE*>(&number), 4));
+  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.Get(), u"DWORD", 0, REG_DWORD, reinterpret_cast<BYTE*>(&number), 4));
   const char16_t text[] = u"Use \\ and \" here";
-  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.get(), u"String", 0, REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof(text)));
+  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.Get(), u"String", 0, REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof(text)));
   std::vector<BYTE> binary(40);
   for (std::size_t i = 0; i < binary.size(); ++i) binary[i] = static_cast<BYTE>(i * 7);
-  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.get(), nullptr, 0, 0x100, binary.data(), static_cast<DWORD>(binary.size())));
+  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.Get(), nullptr, 0, 0x100, binary.data(), static_cast<DWORD>(binary.size())));
 
   const std::string key = m_sandbox.RootCommandPath() + "\\Source";
   // A file of this test's own in the temporary folder (the sandbox has a folder on Linux only),
@@ -260,18 +260,18 @@ TEST_F(RegistryCrossProcessTest, ExportAndImportRoundTripThroughAFile) {
   EXPECT_EQ("The operation completed successfully.\n", imported.output);
 
   UniqueKey back;
-  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_sandbox.Root(), u"Source\\Sub", 0, KEY_READ, back.put()));
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_sandbox.Root(), u"Source\\Sub", 0, KEY_READ, back.Put()));
   DWORD readNumber = 0, size = 4;
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(back.get(), nullptr, u"DWORD", RRF_RT_REG_DWORD, nullptr, &readNumber, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(back.Get(), nullptr, u"DWORD", RRF_RT_REG_DWORD, nullptr, &readNumber, &size));
   EXPECT_EQ(0x100u, readNumber);
   char16_t readText[32];
   size = sizeof(readText);
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(back.get(), nullptr, u"String", RRF_RT_REG_SZ, nullptr, readText, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(back.Get(), nullptr, u"String", RRF_RT_REG_SZ, nullptr, readText, &size));
   EXPECT_EQ(std::u16string(text), std::u16string(readText));
   std::vector<BYTE> readBinary(64);
   DWORD type = 0;
   size = static_cast<DWORD>(readBinary.size());
-  EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(back.get(), nullptr, nullptr, &type, readBinary.data(), &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(back.Get(), nullptr, nullptr, &type, readBinary.data(), &size));
   readBinary.resize(size);
   EXPECT_EQ(0x100u, type);
   EXPECT_EQ(binary, readBinary);
@@ -280,7 +280,7 @@ TEST_F(RegistryCrossProcessTest, ExportAndImportRoundTripThroughAFile) {
 TEST_F(RegistryCrossProcessTest, QueryToolPrintsValuesAndSubKeysAsRegDoes) {
   UniqueKey key;
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Query\\subkey", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                           key.put(), nullptr));
+                                           key.Put(), nullptr));
   const char16_t hello[] = u"Hello, World";
   DWORD number = 0x123;
   ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(m_sandbox.Root(), u"Query", u"Test1", REG_SZ, hello, sizeof(hello)));

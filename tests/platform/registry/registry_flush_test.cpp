@@ -21,10 +21,10 @@ TEST_F(RegistryFlushTest, FlushOfAnOpenKeySucceedsAndKeepsItsValues) {
   DWORD value = 7;
   ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(m_sandbox.Root(), u"Flushed", u"V", REG_DWORD, &value, 4));
   UniqueKey key;
-  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_sandbox.Root(), u"Flushed", 0, KEY_READ, key.put()));
-  EXPECT_EQ(ERROR_SUCCESS, RegFlushKey(key.get()));
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_sandbox.Root(), u"Flushed", 0, KEY_READ, key.Put()));
+  EXPECT_EQ(ERROR_SUCCESS, RegFlushKey(key.Get()));
   DWORD read = 0, size = 4;
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(key.get(), nullptr, u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(key.Get(), nullptr, u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
   EXPECT_EQ(7u, read);
 }
 

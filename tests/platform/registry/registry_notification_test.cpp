@@ -25,16 +25,16 @@ class RegistryNotificationTest : public ::testing::Test {
 protected:
   void SetUp() override {
     ASSERT_TRUE(m_sandbox.Ready());
-    m_event.reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    m_event.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     ASSERT_TRUE(m_event);
   }
 
   HKEY Root() const { return m_sandbox.Root(); }
-  HANDLE Event() const { return m_event.get(); }
+  HANDLE Event() const { return m_event.Get(); }
 
   UniqueKey Create(HKEY parent, const char16_t* path, REGSAM access = KEY_ALL_ACCESS) {
     UniqueKey key;
-    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(parent, path, 0, nullptr, 0, access, nullptr, key.put(), nullptr));
+    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(parent, path, 0, nullptr, 0, access, nullptr, key.Put(), nullptr));
     return key;
   }
 
@@ -78,14 +78,14 @@ TEST_F(RegistryNotificationTest, DeletingAValueSignalsLastSet) {
 TEST_F(RegistryNotificationTest, SubtreeWatchSeesValueChangesBelow) {
   UniqueKey child = Create(Root(), u"A\\B");
   Arm(Root(), TRUE, REG_NOTIFY_CHANGE_LAST_SET);
-  SetDword(child.get(), nullptr, u"V", 1);
+  SetDword(child.Get(), nullptr, u"V", 1);
   EXPECT_TRUE(Signalled());
 }
 
 TEST_F(RegistryNotificationTest, WatchWithoutSubtreeIgnoresValueChangesBelow) {
   UniqueKey child = Create(Root(), u"A");
   Arm(Root(), FALSE, REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_NAME);
-  SetDword(child.get(), nullptr, u"V", 1);
+  SetDword(child.Get(), nullptr, u"V", 1);
   EXPECT_FALSE(Signalled(kQuietWait));
   SetDword(Root(), nullptr, u"V", 1);
   EXPECT_TRUE(Signalled());
@@ -123,22 +123,22 @@ TEST_F(RegistryNotificationTest, SubtreeNameWatchSeesAKeyDeletedDeepBelow) {
 TEST_F(RegistryNotificationTest, DeletingTheWatchedKeySignalsIt) {
   if (Testing::RunningUnderWine()) GTEST_SKIP() << "Wine does not signal the watch of a key that is deleted";
   UniqueKey watched = Create(Root(), u"Watched");
-  Arm(watched.get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET);
+  Arm(watched.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET);
   ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(Root(), u"Watched"));
   EXPECT_TRUE(Signalled());
 }
 
 TEST_F(RegistryNotificationTest, ClosingTheHandleSignalsItsWatch) {
   UniqueKey watched = Create(Root(), u"Watched");
-  Arm(watched.get(), TRUE, kAllChanges);
-  watched.reset();
+  Arm(watched.Get(), TRUE, kAllChanges);
+  watched.Reset();
   EXPECT_TRUE(Signalled());
 }
 
 TEST_F(RegistryNotificationTest, WatchOfADeletedKeyIsRefused) {
   UniqueKey doomed = Create(Root(), u"Doomed");
   ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(Root(), u"Doomed"));
-  EXPECT_EQ(ERROR_KEY_DELETED, RegNotifyChangeKeyValue(doomed.get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, Event(), TRUE));
+  EXPECT_EQ(ERROR_KEY_DELETED, RegNotifyChangeKeyValue(doomed.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, Event(), TRUE));
 }
 
 TEST_F(RegistryNotificationTest, AsynchronousWatchWithoutEventIsInvalidParameter) {
@@ -148,22 +148,22 @@ TEST_F(RegistryNotificationTest, AsynchronousWatchWithoutEventIsInvalidParameter
 
 TEST_F(RegistryNotificationTest, WatchThroughAHandleWithoutNotifyRightIsAccessDenied) {
   UniqueKey reader;
-  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(Root(), nullptr, 0, KEY_QUERY_VALUE, reader.put()));
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegNotifyChangeKeyValue(reader.get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, Event(), TRUE));
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(Root(), nullptr, 0, KEY_QUERY_VALUE, reader.Put()));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegNotifyChangeKeyValue(reader.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, Event(), TRUE));
 }
 
 TEST_F(RegistryNotificationTest, SynchronousWatchReturnsAfterAChange) {
   UniqueKey watched = Create(Root(), u"Sync");
   std::atomic<bool> returned{false};
   std::thread watcher([&] {
-    EXPECT_EQ(ERROR_SUCCESS, RegNotifyChangeKeyValue(watched.get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, nullptr, FALSE));
+    EXPECT_EQ(ERROR_SUCCESS, RegNotifyChangeKeyValue(watched.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, nullptr, FALSE));
     returned = true;
     SetEvent(Event());
   });
   // Writes until the watcher has returned: its arming may come after any one of them.
   DWORD value = 0;
   while (!returned) {
-    SetDword(watched.get(), nullptr, u"V", ++value);
+    SetDword(watched.Get(), nullptr, u"V", ++value);
     if (Signalled(20)) break;
   }
   watcher.join();
@@ -173,8 +173,8 @@ TEST_F(RegistryNotificationTest, SynchronousWatchReturnsAfterAChange) {
 TEST_F(RegistryNotificationTest, EveryArmingSeesTheChangeThatFollowsIt) {
   UniqueKey watched = Create(Root(), u"Busy");
   for (DWORD round = 0; round < 100; ++round) {
-    Arm(watched.get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET);
-    std::thread writer([&] { SetDword(watched.get(), u"Below", u"V", round); });
+    Arm(watched.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET);
+    std::thread writer([&] { SetDword(watched.Get(), u"Below", u"V", round); });
     writer.join();
     ASSERT_TRUE(Signalled()) << "round " << round;
   }
@@ -191,28 +191,28 @@ TEST_F(RegistryNotificationTest, ArmingResetsASignalledEvent) {
 TEST_F(RegistryNotificationTest, OwnValueChangeSignalsBeforeTheChangingCallReturns) {
   UniqueKey watched = Create(Root(), u"Own");
   for (DWORD round = 0; round < 500; ++round) {
-    Arm(watched.get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET);
-    SetDword(watched.get(), nullptr, u"V", round);
+    Arm(watched.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET);
+    SetDword(watched.Get(), nullptr, u"V", round);
     ASSERT_TRUE(Signalled(0)) << "round " << round;
   }
 }
 
 TEST_F(RegistryNotificationTest, OwnNewSubKeySignalsBeforeTheCreatingCallReturns) {
   UniqueKey watched = Create(Root(), u"Own");
-  Arm(watched.get(), FALSE, REG_NOTIFY_CHANGE_NAME);
-  Create(watched.get(), u"Child");
+  Arm(watched.Get(), FALSE, REG_NOTIFY_CHANGE_NAME);
+  Create(watched.Get(), u"Child");
   EXPECT_TRUE(Signalled(0));
 }
 
 TEST_F(RegistryNotificationTest, SeveralWatchesOnOneKeyAllFire) {
   UniqueKernelHandle second(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   UniqueKey other;
-  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(Root(), nullptr, 0, KEY_NOTIFY, other.put()));
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(Root(), nullptr, 0, KEY_NOTIFY, other.Put()));
   Arm(Root(), FALSE, REG_NOTIFY_CHANGE_LAST_SET);
-  ASSERT_EQ(ERROR_SUCCESS, RegNotifyChangeKeyValue(other.get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, second.get(), TRUE));
+  ASSERT_EQ(ERROR_SUCCESS, RegNotifyChangeKeyValue(other.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, second.Get(), TRUE));
   SetDword(Root(), nullptr, u"V", 1);
   EXPECT_TRUE(Signalled());
-  EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(second.get(), kSignalWait));
+  EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(second.Get(), kSignalWait));
 }
 
 }  // namespace

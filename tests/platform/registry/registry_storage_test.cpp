@@ -85,47 +85,47 @@ TEST_F(RegistryStorageTest, ReadOnlyFolderServesReadsAndRefusesWrites) {
   EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(HKEY_CURRENT_USER, frozen.c_str(), u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
   EXPECT_EQ(7u, read);
   UniqueKey key;
-  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, frozen.c_str(), 0, KEY_ALL_ACCESS, key.put()));
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExW(key.get(), u"V", 0, REG_DWORD, reinterpret_cast<BYTE*>(&value), 4));
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, frozen.c_str(), 0, KEY_ALL_ACCESS, key.Put()));
+  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExW(key.Get(), u"V", 0, REG_DWORD, reinterpret_cast<BYTE*>(&value), 4));
   EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetKeyValueW(HKEY_CURRENT_USER, frozen.c_str(), u"W", REG_DWORD, &value, 4));
   HKEY created = nullptr;
   EXPECT_EQ(ERROR_ACCESS_DENIED,
-            RegCreateKeyExW(key.get(), u"New", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &created, nullptr));
+            RegCreateKeyExW(key.Get(), u"New", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &created, nullptr));
   EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteTreeW(HKEY_CURRENT_USER, frozen.c_str()));
   // A hive the folder does not hold yet reads as empty and cannot be written either.
   EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExW(HKEY_USERS, u"Anything", 0, KEY_READ, &created));
   EXPECT_EQ(ERROR_ACCESS_DENIED,
             RegCreateKeyExW(HKEY_USERS, u"Anything", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &created, nullptr));
-  key.reset();
+  key.Reset();
   fs::permissions(Folder(), fs::perms::owner_all);
 }
 
 TEST_F(RegistryStorageTest, WriteAheadLogStaysBoundedUnderManyWrites) {
   UniqueKey key;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Busy", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Busy", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
   std::uintmax_t largest = 0;
   for (DWORD i = 0; i < 20000; ++i) {
-    ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(key.get(), u"Counter", 0, REG_DWORD, reinterpret_cast<BYTE*>(&i), 4));
+    ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(key.Get(), u"Counter", 0, REG_DWORD, reinterpret_cast<BYTE*>(&i), 4));
     if (i % 1000 == 0) largest = std::max(largest, fs::file_size(Folder() / "user.db-wal"));
   }
   // Twenty thousand commits of two pages each would make some 80 MiB without checkpoints.
   EXPECT_LT(largest, 40u * 1024 * 1024);
   DWORD read = 0, size = 4;
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(key.get(), nullptr, u"Counter", RRF_RT_REG_DWORD, nullptr, &read, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(key.Get(), nullptr, u"Counter", RRF_RT_REG_DWORD, nullptr, &read, &size));
   EXPECT_EQ(19999u, read);
 }
 
 TEST_F(RegistryStorageTest, VolatileKeysAreGoneAfterAReboot) {
   UniqueKey volatileKey, child;
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Volatile", 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
-                                           nullptr, volatileKey.put(), nullptr));
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(volatileKey.get(), u"Child", 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
-                                           nullptr, child.put(), nullptr));
+                                           nullptr, volatileKey.Put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(volatileKey.Get(), u"Child", 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
+                                           nullptr, child.Put(), nullptr));
   DWORD value = 1;
-  ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(volatileKey.get(), nullptr, u"V", REG_DWORD, &value, 4));
+  ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(volatileKey.Get(), nullptr, u"V", REG_DWORD, &value, 4));
   ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(m_sandbox.Root(), u"Stable", u"V", REG_DWORD, &value, 4));
-  volatileKey.reset();
-  child.reset();
+  volatileKey.Reset();
+  child.Reset();
   const std::u16string root = m_sandbox.RootPath();
 
   // Reopening within the same boot keeps them.

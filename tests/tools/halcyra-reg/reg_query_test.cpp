@@ -28,8 +28,8 @@ TEST_F(RegQueryTest, FindsAValueWhoseNameIsTypedInAnotherCaseOutsideAscii) {
 
 TEST_F(RegQueryTest, SearchFindsAValueWhoseNameIsTypedInAnotherCaseOutsideAscii) {
   UniqueKey sub;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"Sub", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, sub.put(), nullptr));
-  SetString(sub.get(), u"\u00e9t\u00e9", u"summer");
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"Sub", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, sub.Put(), nullptr));
+  SetString(sub.Get(), u"\u00e9t\u00e9", u"summer");
   auto result = Run({"query", Key(), "/v", "\xC3\x89T\xC3\x89", "/s"});
   EXPECT_EQ(0, result.exitCode) << result.error;
   EXPECT_EQ("\n" + FullKey() + "\\Sub\n    \xC3\x89T\xC3\x89    REG_SZ    summer\n\nEnd of search: 1 match(es) found.\n",
