@@ -60,7 +60,7 @@ IStorageSystem* OpenBenchStorage() {
 // The storage system's own key of the benchmarks, opened as the storage system opens it.
 Platform::UniqueKey OpenBareKey() {
   Platform::UniqueKey key;
-  Platform::RegOpenKeyExW(Platform::HKEY_CURRENT_USER, kBase, 0, 0x2011F, key.Put());
+  Platform::RegOpenKeyExW(Platform::HKEY_CURRENT_USER, kBase, 0, Platform::kKeyReadWrite64, key.Put());
   return key;
 }
 
