@@ -99,7 +99,7 @@ int Writer() {
   Simulator::Endpoint render;
   if (!endpoints.Find(Simulator::EndpointRegistry::EndpointId(eRender, kVadRender).c_str(), render)) return 2;
   UniqueKey profiles;
-  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kProfilesKey, 0, KEY_READ, profiles.put()) != ERROR_SUCCESS) return 3;
+  if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kProfilesKey, 0, KEY_READ, profiles.Put()) != ERROR_SUCCESS) return 3;
   UniqueKernelHandle changed(CreateEventW(nullptr, FALSE, FALSE, nullptr));
 
   for (int round = 0; round < kRounds; ++round) {
@@ -113,16 +113,16 @@ int Writer() {
     std::this_thread::sleep_for(kSettle);
 
     const Clock::time_point disabled = Clock::now();
-    if (RegNotifyChangeKeyValue(profiles.get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed.get(), TRUE) !=
+    if (RegNotifyChangeKeyValue(profiles.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed.Get(), TRUE) !=
             ERROR_SUCCESS ||
         endpoints.SetState(render, DEVICE_STATE_DISABLED) < 0) {
       return 5;
     }
     // Another value of the store may change first: wait on until the routing value is 0.
     while (Routing() != 0) {
-      if (WaitForSingleObject(changed.get(), 5000) != WAIT_OBJECT_0) return 6;
+      if (WaitForSingleObject(changed.Get(), 5000) != WAIT_OBJECT_0) return 6;
       if (Routing() != 0 &&
-          RegNotifyChangeKeyValue(profiles.get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed.get(), TRUE) !=
+          RegNotifyChangeKeyValue(profiles.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed.Get(), TRUE) !=
               ERROR_SUCCESS) {
         return 5;
       }
@@ -150,9 +150,9 @@ int RunWriter(const std::string& program) {
   UniqueKernelHandle threadHandle(process.hThread);
   const DWORD timeout = static_cast<DWORD>(kRounds * 2 * (kSettle.count() + 5000));
   DWORD exitCode = 0;
-  if (WaitForSingleObject(processHandle.get(), timeout) != WAIT_OBJECT_0 ||
-      !GetExitCodeProcess(processHandle.get(), &exitCode)) {
-    TerminateProcess(processHandle.get(), 1);
+  if (WaitForSingleObject(processHandle.Get(), timeout) != WAIT_OBJECT_0 ||
+      !GetExitCodeProcess(processHandle.Get(), &exitCode)) {
+    TerminateProcess(processHandle.Get(), 1);
     return -1;
   }
   return static_cast<int>(exitCode);
