@@ -81,7 +81,8 @@ void NotificationThread::Run() {
   m_watchingChanged.notify_all();
   if (!watching) return;
   while (WaitForSingleObject(m_changed.Get(), INFINITE) == WAIT_OBJECT_0 && !m_stopping) {
-    if (!Arm(rootKey.Get())) return;
+    // Arming clears the event: a stop signalled since the wait ended is seen here or not at all.
+    if (!Arm(rootKey.Get()) || m_stopping) return;
     std::vector<EndpointSnapshot> now = m_state.Endpoints().Snapshot();
     Deliver(seen, now);
     seen = std::move(now);
