@@ -6,11 +6,13 @@
 # "| layer | folder | holds |": bottom first, each row naming its folders in backticks. A file of a
 # layer may include its own layer and the layers below it. The table headed "| folder | may include |"
 # names folders beside the layers and, in its second column, every folder each of them may include.
-# An include counts when its first path component is a folder of ROOT ("platform/com.h"); other
-# includes (system and third-party headers) are not looked at. Folders that neither table names
-# (tools, tests, benchmarks) are not checked.
+# The table headed "| private folder | may be included from |" names folders that only files under
+# the folders of its second column may include. An include counts when its first path component is
+# a folder of ROOT ("platform/com.h"); other includes (system and third-party headers) are not looked
+# at. Folders that no table names as a layer or beside the layers (tools, tests, benchmarks) are not
+# checked.
 #
-# Fails with one line per include that runs up a layer, then the count.
+# Fails with one line per include that runs up a layer or into a private folder, then the count.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -39,6 +41,7 @@ set(section "")
 set(table "")
 set(layers "")
 set(side_folders "")
+set(private_folders "")
 set(rank 0)
 foreach(line IN LISTS lines)
   if(line MATCHES "^## ")
@@ -55,6 +58,9 @@ foreach(line IN LISTS lines)
   elseif(line MATCHES "^\\| *folder *\\| *may include *\\|")
     set(table side)
     continue()
+  elseif(line MATCHES "^\\| *private folder *\\| *may be included from *\\|")
+    set(table private)
+    continue()
   elseif(NOT line MATCHES "^\\|")
     set(table "")
     continue()
@@ -70,6 +76,17 @@ foreach(line IN LISTS lines)
     foreach(top IN LISTS tops)
       set(rank_of_${top} ${rank})
       list(APPEND layers ${top})
+    endforeach()
+  elseif(table STREQUAL "private")
+    list(GET cells 1 folder_cell)
+    list(GET cells 2 allowed_cell)
+    string(REGEX MATCHALL "`[^`]+/`" folders "${folder_cell}")
+    string(REGEX MATCHALL "`[^`]+/`" allowed "${allowed_cell}")
+    string(REPLACE "`" "" folders "${folders}")
+    string(REPLACE "`" "" allowed "${allowed}")
+    foreach(private IN LISTS folders)
+      list(APPEND private_folders ${private})
+      set(private_allowed_${private} ${allowed})
     endforeach()
   elseif(table STREQUAL "side")
     list(GET cells 1 folder_cell)
@@ -106,6 +123,23 @@ foreach(folder IN LISTS layers side_folders)
       if(NOT path MATCHES "/")
         continue()
       endif()
+      foreach(private IN LISTS private_folders)
+        string(FIND "${path}" "${private}" at)
+        if(NOT at EQUAL 0)
+          continue()
+        endif()
+        set(inside FALSE)
+        foreach(allowed IN LISTS private_allowed_${private})
+          string(FIND "${source}" "${allowed}" at)
+          if(at EQUAL 0)
+            set(inside TRUE)
+          endif()
+        endforeach()
+        if(NOT inside)
+          message("reaches into a private folder: ${source} includes \"${path}\"")
+          math(EXPR violations "${violations} + 1")
+        endif()
+      endforeach()
       string(REGEX REPLACE "/.*$" "" top "${path}")
       list(FIND root_folders ${top} known)
       if(known EQUAL -1 OR top STREQUAL folder)
@@ -135,7 +169,7 @@ foreach(folder IN LISTS layers side_folders)
 endforeach()
 
 if(violations GREATER 0)
-  message("${violations} include(s) run up a layer (see the tables under \"## Layers\" in ARCHITECTURE.md)")
+  message("${violations} include(s) run up a layer or into a private folder (see the tables under \"## Layers\" in ARCHITECTURE.md)")
   message(FATAL_ERROR "the layer check failed")
 endif()
 list(JOIN layers " < " order)

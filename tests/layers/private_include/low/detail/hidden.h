@@ -1,0 +1,2 @@
+// Private to low/.
+#pragma once

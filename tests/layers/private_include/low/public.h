@@ -1,0 +1,4 @@
+// Includes its own private folder: allowed.
+#pragma once
+
+#include "low/detail/hidden.h"
