@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "platform/registry.h"
-#include "tests/platform/registry/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/platform_kind.h"
 #include "tests/support/temporary_registry_folder.h"
 

@@ -10,7 +10,8 @@
 #include "platform/environment.h"
 #include "platform/registry.h"
 #include "platform/unique_handle.h"
-#include "tests/platform/registry/registry_sandbox.h"
+#include "platform/utf.h"
+#include "tests/support/registry_sandbox.h"
 #include "tests/support/wine.h"
 
 using namespace Platform;
@@ -599,7 +600,7 @@ TEST_P(RegistryConformanceTest, EnumValueWithoutNameBufferIsInvalidParameter) {
 TEST_P(RegistryConformanceTest, EnumerationSeesEveryValueOnce) {
   std::vector<std::u16string> written;
   for (int i = 0; i < 50; ++i) {
-    std::u16string name = u"Value" + Testing::Widen(std::to_string(i));
+    std::u16string name = u"Value" + Platform::Utf8ToUtf16(std::to_string(i));
     SetDword(Root(), name.c_str(), static_cast<DWORD>(i));
     written.push_back(name);
   }
