@@ -98,6 +98,13 @@ TEST_F(HalcyradTest, BadArgumentsAreRefused) {
   EXPECT_NE(RunHalcyrad({"--simulated-audio-root", "HKXX\\Audio"}).status, 0);
 }
 
+TEST_F(HalcyradTest, LogLevelZeroIsRefusedWithTheRangeThatTheHelpNames) {
+  RunResult run = RunHalcyrad({"--log-level", "0"});
+  EXPECT_NE(run.status, 0);
+  EXPECT_NE(run.output.find("halcyrad: --log-level takes a level from 1 to 5"), std::string::npos) << run.output;
+  EXPECT_NE(RunHalcyrad({"--help"}).output.find("(1 errors ... 5 type matching"), std::string::npos);
+}
+
 constexpr const char* kPatchedLine =
     "ExtInfIssuePatcher::PatchSupportedDevices() : The Ext INF did not set the properties correctly, I have fixed it.";
 constexpr const char* kHeadsetProperties = "\\Render\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05}\\Properties";
