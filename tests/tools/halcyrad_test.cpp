@@ -25,7 +25,7 @@ RunResult RunProgram(const std::string& program, const std::vector<std::string>&
   return RunResult{result.exitCode, result.output + result.error};
 }
 
-RunResult RunHalcyrad(const std::vector<std::string>& arguments) { return RunProgram("halcyrad", arguments); }
+RunResult RunHalcyrad(const std::vector<std::string>& arguments) { return RunProgram(HALCYRA_DAEMON, arguments); }
 
 // Where the tests keep the simulated endpoints: Core Audio's own place on Linux, where each test
 // has a registry folder of its own; a test key on Windows, where the registry is the machine's.
@@ -53,8 +53,8 @@ protected:
 
   static void RemoveWrittenKeys() {
     if (!Testing::kRunningOnWindows) return;
-    RunProgram("halcyra-reg", {"delete", "HKLM\\SOFTWARE\\Velorin", "/f"});
-    RunProgram("halcyra-reg", {"delete", kWindowsTestAudioRoot, "/f"});
+    RunProgram(HALCYRA_REG_TOOL, {"delete", "HKLM\\SOFTWARE\\Velorin", "/f"});
+    RunProgram(HALCYRA_REG_TOOL, {"delete", kWindowsTestAudioRoot, "/f"});
   }
 
   Testing::TemporaryRegistryFolder registry;
@@ -116,7 +116,7 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
   EXPECT_NE(run.output.find("halcyrad: seeded the default simulated endpoints"), std::string::npos) << run.output;
   EXPECT_NE(run.output.find(kPatchedLine), std::string::npos) << run.output;
 
-  RunResult markers = RunProgram("halcyra-reg", {"query", AudioRoot() + kHeadsetProperties});
+  RunResult markers = RunProgram(HALCYRA_REG_TOOL, {"query", AudioRoot() + kHeadsetProperties});
   ASSERT_EQ(markers.status, 0) << markers.output;
   EXPECT_TRUE(std::regex_search(
       markers.output, std::regex("\\{F363DF17-A750-4AC3-B7B5-2BBEFFA9085F\\},11 +REG_SZ +Quillon\\.Halcyra3")))
@@ -128,7 +128,7 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
                                 std::regex("\\{8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369\\},0 +REG_DWORD +0x1")))
       << markers.output;
 
-  RunResult settings = RunProgram("halcyra-reg", {"query", "HKLM\\SOFTWARE\\Velorin\\VelorinV3", "/s"});
+  RunResult settings = RunProgram(HALCYRA_REG_TOOL, {"query", "HKLM\\SOFTWARE\\Velorin\\VelorinV3", "/s"});
   ASSERT_EQ(settings.status, 0) << settings.output;
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("APOBypass +REG_DWORD +0x0"))) << settings.output;
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("ProcessSystemSounds +REG_DWORD +0x1")))
@@ -137,7 +137,7 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
   // are on, and the default is recorded as applied.
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("DefaultNoiseReduction +REG_DWORD +0x1")))
       << settings.output;
-  RunResult parameters = RunProgram("halcyra-reg", {"query", AudioRoot() + "\\AudioProcessing"});
+  RunResult parameters = RunProgram(HALCYRA_REG_TOOL, {"query", AudioRoot() + "\\AudioProcessing"});
   ASSERT_EQ(parameters.status, 0) << parameters.output;
   EXPECT_TRUE(std::regex_search(parameters.output, std::regex("11 +REG_DWORD +0xffffffff", std::regex::icase)))
       << parameters.output;
@@ -170,7 +170,7 @@ TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateBssModeNameHardwareIdAndMarker
 
 TEST_F(HalcyradTest, ListEndpointsShowsTheBssModeThatAnotherProcessSet) {
   ASSERT_EQ(RunHalcyrad(Simulated({"--list-endpoints"})).status, 0);
-  RunResult set = RunProgram("halcyra-reg", {"add", AudioRoot() + "\\Capture\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03}",
+  RunResult set = RunProgram(HALCYRA_REG_TOOL, {"add", AudioRoot() + "\\Capture\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03}",
                                              "/v", "RtkBssMode", "/t", "REG_DWORD", "/d", "3", "/f"});
   ASSERT_EQ(set.status, 0) << set.output;
   RunResult run = RunHalcyrad(Simulated({"--list-endpoints"}));
