@@ -17,13 +17,8 @@ namespace {
 using namespace DataSystem;
 
 #ifdef HALCYRA_REG_TOOL
-class CrossProcessDataSystemTest : public DataSystemTest {
+class CrossProcessDataSystemTest : public SettingsStoreTest {
 protected:
-  void SetUp() override {
-    DataSystemTest::SetUp();
-    ASSERT_EQ(Open(), ErrorNone) << capture.Text();
-    settings = Store(u"Settings");
-  }
   // halcyra-reg's path of the key of Settings, or of a key below it.
   std::string SettingsCommandPath(const std::u16string& below = u"") {
     std::string path = sandbox.RootCommandPath() + "\\" + Platform::Utf16ToUtf8(SettingsKey());
@@ -40,7 +35,6 @@ protected:
     EXPECT_FALSE(monitor.WaitFor(atLeast + 1, std::chrono::milliseconds(500)));
     return monitor.Heard();
   }
-  IStore* settings = nullptr;
 };
 
 TEST_F(CrossProcessDataSystemTest, AnInstanceAddedByAnotherProcessIsHeardAsAnInsertWithItsLogicalIndex) {

@@ -33,15 +33,9 @@ private:
   std::vector<std::string>& m_journal;
 };
 
-class StoreMonitorTest : public DataSystemTest {
+class StoreMonitorTest : public SettingsStoreTest {
 protected:
-  void SetUp() override {
-    DataSystemTest::SetUp();
-    ASSERT_EQ(Open(), ErrorNone) << capture.Text();
-    settings = Store(u"Settings");
-  }
   std::u16string ProfileKey(unsigned index) { return SettingsKey() + u"\\" + Name(Schema::kProfileGuid, index); }
-  IStore* settings = nullptr;
   std::vector<std::string> journal;
 };
 
