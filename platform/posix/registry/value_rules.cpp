@@ -37,8 +37,9 @@ constexpr std::uintptr_t kPageSize = 4096;
 
 // Whether the code unit right after the `size` bytes at `data` is a terminator. Deliberately read
 // past the caller's data, as Windows does: only within the page of the data's last byte, which is
-// mapped, and without the address sanitizer's check of the caller's bounds.
-[[gnu::no_sanitize_address]] bool TerminatorFollows(const BYTE* data, std::size_t size) {
+// mapped, and without the sanitizers' checks (the address sanitizer's of the caller's bounds, the
+// thread sanitizer's of memory that another allocation freed).
+[[gnu::no_sanitize_address, gnu::no_sanitize_thread]] bool TerminatorFollows(const BYTE* data, std::size_t size) {
   auto next = reinterpret_cast<std::uintptr_t>(data + size);
   if ((next + 1) / kPageSize != (next - 1) / kPageSize) return false;
   const volatile BYTE* at = data + size;
