@@ -25,12 +25,13 @@ lanes=("$@")
 concurrent_suites=(platform_tests registry_conformance_tests registry_storage_tests storage_system_tests
                    data_system_tests reactive_tests audio_service_tests simulator_tests)
 
-# A report ends the process that made it with a failure; leaks are looked for at every exit. On
+# A report ends the process that made it with a failure; leaks are looked for at every exit. The
+# ThreadSanitizer options, with the suppressions of the races kept on purpose, are those of the tsan
+# test preset. On
 # this glibc, LeakSanitizer's scan of the threads misreads the dynamic TLS of a library loaded with
 # dlopen (the module that halcyrad loads) and crashes, unless ASan leaves __tls_get_addr alone.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:halt_on_error=1:strict_string_checks=1:intercept_tls_get_addr=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
-export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
 
 asan_lane() {
   cmake --preset asan </dev/null >/dev/null &&
@@ -40,7 +41,8 @@ asan_lane() {
 
 tsan_lane() {
   local pattern
-  pattern="^($(IFS='|'; echo "${concurrent_suites[*]}"))\$"
+  # Each test of a suite is a CTest test of its own, named <suite>.<TestSuite>.<Test>.
+  pattern="^($(IFS='|'; echo "${concurrent_suites[*]}"))\\."
   cmake --preset tsan </dev/null >/dev/null &&
     cmake --build --preset tsan --parallel "$jobs" --target "${concurrent_suites[@]}" </dev/null &&
     ctest --preset tsan --parallel "$jobs" -R "$pattern" </dev/null 2>&1 | tee "$logs/tsan.log"

@@ -10,6 +10,7 @@
 #include "platform/posix/registry/state.h"
 #include "platform/posix/registry/value_rules.h"
 #include "platform/synchronization.h"
+#include "platform/test_seam.h"
 
 namespace Platform {
 
@@ -136,6 +137,9 @@ LSTATUS DescriptorBytes(PSECURITY_DESCRIPTOR descriptor, std::span<const BYTE>& 
 }  // namespace
 
 LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, HKEY* result) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::regOpenKeyExW, key, subKey, options, desired, result)) {
+    return *diverted;
+  }
   if (result == nullptr) return ERROR_INVALID_PARAMETER;
   *result = nullptr;
   std::shared_ptr<OpenKey> base;
@@ -188,6 +192,9 @@ LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClas
 }
 
 LSTATUS RegCloseKey(HKEY key) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::regCloseKey, key)) {
+    return *diverted;
+  }
   RegistryState& state = RegistryState::Get();
   std::shared_ptr<OpenKey> open = state.Handles().Remove(key);
   if (open == nullptr) {
@@ -279,6 +286,10 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, 
 }
 
 LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type, const void* data, DWORD dataSize) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::regSetKeyValueW, key, subKey, valueName, type, data,
+                                       dataSize)) {
+    return *diverted;
+  }
   std::shared_ptr<OpenKey> open;
   KeyPath path;
   LSTATUS status = ResolveSubKey(key, subKey, open, path);

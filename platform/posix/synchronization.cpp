@@ -9,6 +9,7 @@
 
 #include "platform/posix/event.h"
 #include "platform/system_error.h"
+#include "platform/test_seam.h"
 
 namespace Platform {
 namespace {
@@ -21,6 +22,9 @@ std::shared_ptr<Posix::Event> LookupEvent(HANDLE handle) {
 
 HANDLE CreateEventW(const SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initialState,
                     LPCWSTR name) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::createEventW, attributes, manualReset, initialState, name)) {
+    return *diverted;
+  }
   if (name != nullptr) {
     // Named events would need a namespace shared between processes, which nothing here uses.
     SetLastError(ERROR_INVALID_PARAMETER);

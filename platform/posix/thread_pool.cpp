@@ -17,6 +17,7 @@
 #include "platform/posix/kernel_object.h"
 #include "platform/synchronization.h"
 #include "platform/system_error.h"
+#include "platform/test_seam.h"
 
 namespace Platform {
 namespace {
@@ -454,6 +455,9 @@ BOOL UnregisterWaitEx(HANDLE waitHandle, HANDLE completionEvent) {
 }
 
 BOOL QueueUserWorkItem(LPTHREAD_START_ROUTINE function, void* context, ULONG flags) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::queueUserWorkItem, function, context, flags)) {
+    return *diverted;
+  }
   if (function == nullptr) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
@@ -468,6 +472,10 @@ BOOL QueueUserWorkItem(LPTHREAD_START_ROUTINE function, void* context, ULONG fla
 
 BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLBACK callback,
                            void* context, DWORD dueTime, DWORD period, ULONG flags) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::createTimerQueueTimer, newTimer, timerQueue, callback, context,
+                                       dueTime, period, flags)) {
+    return *diverted;
+  }
   if (newTimer == nullptr || callback == nullptr || ((flags & WT_EXECUTEONLYONCE) != 0 && period != 0)) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
@@ -480,6 +488,9 @@ BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLB
 }
 
 BOOL ChangeTimerQueueTimer(HANDLE timerQueue, HANDLE timer, ULONG dueTime, ULONG period) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::changeTimerQueueTimer, timerQueue, timer, dueTime, period)) {
+    return *diverted;
+  }
   if (!CheckDefaultQueue(timerQueue)) return FALSE;
   auto object =
       std::static_pointer_cast<QueueTimer>(Posix::LookupHandle(timer, Posix::KernelObjectKind::TimerQueueTimer));
@@ -489,6 +500,9 @@ BOOL ChangeTimerQueueTimer(HANDLE timerQueue, HANDLE timer, ULONG dueTime, ULONG
 }
 
 BOOL DeleteTimerQueueTimer(HANDLE timerQueue, HANDLE timer, HANDLE completionEvent) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::deleteTimerQueueTimer, timerQueue, timer, completionEvent)) {
+    return *diverted;
+  }
   if (!CheckDefaultQueue(timerQueue)) return FALSE;
   std::shared_ptr<Posix::Event> completion;
   if (!ResolveCompletion(completionEvent, completion)) return FALSE;

@@ -1,6 +1,7 @@
 // The registry: forwarded to the system's.
 #include "platform/registry.h"
 
+#include "platform/test_seam.h"
 #include "platform/win32/windows_api.h"
 
 namespace Platform {
@@ -9,6 +10,9 @@ using Win32::ToNative;
 using Win32::ToWide;
 
 LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, HKEY* result) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::regOpenKeyExW, key, subKey, options, desired, result)) {
+    return *diverted;
+  }
   return ::RegOpenKeyExW(ToNative(key), ToWide(subKey), options, desired, ToNative(result));
 }
 
@@ -19,7 +23,12 @@ LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClas
                            ToNative(securityAttributes), ToNative(result), ToNative(disposition));
 }
 
-LSTATUS RegCloseKey(HKEY key) { return ::RegCloseKey(ToNative(key)); }
+LSTATUS RegCloseKey(HKEY key) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::regCloseKey, key)) {
+    return *diverted;
+  }
+  return ::RegCloseKey(ToNative(key));
+}
 
 LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, DWORD* type, void* data,
                      DWORD* dataSize) {
@@ -40,6 +49,10 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, 
 
 LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type, const void* data,
                         DWORD dataSize) {
+  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::regSetKeyValueW, key, subKey, valueName, type, data,
+                                       dataSize)) {
+    return *diverted;
+  }
   return ::RegSetKeyValueW(ToNative(key), ToWide(subKey), ToWide(valueName), type, data, dataSize);
 }
 

@@ -6,7 +6,7 @@
 
 #include "platform/audio_processing.h"
 #include "simulator/call_text.h"
-#include "tests/audio_service/simulated_machine.h"
+#include "tests/audio_service/audio_service_machine.h"
 
 namespace {
 
@@ -20,13 +20,13 @@ constexpr DWORD kOn = 0xFFFFFFFF;
 
 class DefaultNoiseReductionTest : public ::testing::Test {
 protected:
-  DefaultNoiseReductionTest() { Testing::SimulatedMachine::CreateProductKeys(); }
+  DefaultNoiseReductionTest() { Testing::AudioServiceMachine::CreateProductKeys(); }
 
   std::u16string AddRender(const std::u16string& key, const char16_t* hardwareId, DWORD state = DEVICE_STATE_ACTIVE) {
     return machine.AddEndpoint(eRender, key, state, hardwareId);
   }
 
-  long long Recorded() { return Testing::SimulatedMachine::MachineNumber(kProductKey, kValue); }
+  long long Recorded() { return Testing::AudioServiceMachine::MachineNumber(kProductKey, kValue); }
   std::size_t CountOf(const char* operation) { return machine.audio.Calls().CountOf(operation); }
   std::vector<std::string> Texts(const char* operation) {
     std::vector<std::string> texts;
@@ -34,7 +34,7 @@ protected:
     return texts;
   }
 
-  Testing::SimulatedMachine machine;
+  Testing::AudioServiceMachine machine;
 };
 
 TEST_F(DefaultNoiseReductionTest, WithoutTheValueAndWithoutTheDeviceTheValueBecomesZero) {
@@ -104,7 +104,7 @@ TEST_F(DefaultNoiseReductionTest, AnEndpointWithoutAnIdOrWithAnotherTypeIsPassed
   AddRender(u"{1A000000-0000-4000-8000-000000000001}", nullptr);
   const std::u16string numbered = u"{1A000000-0000-4000-8000-000000000002}";
   AddRender(numbered, nullptr);
-  Testing::SimulatedMachine::SetNumber(eRender, numbered, false, u"{B3F8FA53-0004-438E-9003-51A46E139BFC},2", 294);
+  machine.SetNumber(eRender, numbered, false, u"{B3F8FA53-0004-438E-9003-51A46E139BFC},2", 294);
   AddRender(u"{1A000000-0000-4000-8000-000000000003}", kMatchingId);
   ApplyDefaultNoiseReduction();
   EXPECT_EQ(Recorded(), 1);
@@ -112,7 +112,7 @@ TEST_F(DefaultNoiseReductionTest, AnEndpointWithoutAnIdOrWithAnotherTypeIsPassed
 
 TEST_F(DefaultNoiseReductionTest, WhenTheValueOneStandsNoComObjectIsCreated) {
   AddRender(u"{1A000000-0000-4000-8000-000000000001}", kMatchingId);
-  Testing::SimulatedMachine::SetNumberInMachine(kProductKey, kValue, 1);
+  Testing::AudioServiceMachine::SetNumberInMachine(kProductKey, kValue, 1);
   ApplyDefaultNoiseReduction();
   EXPECT_EQ(CountOf("CoCreateInstance"), 0u);
   EXPECT_EQ(Recorded(), 1);
@@ -140,7 +140,7 @@ TEST_F(DefaultNoiseReductionTest,
 
 TEST_F(DefaultNoiseReductionTest, WithoutTheServiceTheValueStaysZeroAndTheNextStartTriesAgain) {
   AddRender(u"{1A000000-0000-4000-8000-000000000001}", kMatchingId);
-  Testing::SimulatedMachine::SetNumberInMachine(kProductKey, kValue, 0);
+  Testing::AudioServiceMachine::SetNumberInMachine(kProductKey, kValue, 0);
   machine.audio.Calls().FailCalls("CoCreateInstance", REGDB_E_CLASSNOTREG,
                                   Simulator::GuidString(CLSID_AudioProcessingManager));
   ApplyDefaultNoiseReduction();

@@ -9,7 +9,6 @@
 #include "storage_system/heap_allocator.h"
 #include "storage_system/registry/storage_system.h"
 #include "tests/support/debug_channel_capture.h"
-#include "tests/support/temporary_registry_folder.h"
 
 namespace Testing {
 namespace {
@@ -22,7 +21,6 @@ constexpr const char16_t* kRoutingTestKey = u"Software\\HalcyraTests\\Routing";
 class DeviceRoutingDataSystemTest : public ::testing::Test {
 protected:
   DeviceRoutingDataSystemTest() {
-    UseProcessRegistryFolder();
     Platform::RegDeleteTreeW(Platform::HKEY_CURRENT_USER, kRoutingTestKey);
   }
   void SetUp() override {

@@ -7,7 +7,7 @@
 #include "platform/policy_config.h"
 #include "platform/utf.h"
 #include "simulator/call_text.h"
-#include "tests/audio_service/simulated_machine.h"
+#include "tests/audio_service/audio_service_machine.h"
 
 namespace {
 
@@ -47,7 +47,7 @@ protected:
   bool LoggedPatch() { return machine.capture.Text().find(kPatchedLine) != std::string::npos; }
   bool LoggedThrow() { return machine.capture.Text().find(kThrownLine) != std::string::npos; }
 
-  Testing::SimulatedMachine machine;
+  Testing::AudioServiceMachine machine;
 };
 
 TEST_F(ExtInfIssuePatcherTest, EndpointWithoutAnyProductClsidGetsNoWriteAndNoLine) {

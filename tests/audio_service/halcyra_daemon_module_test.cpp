@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "simulator/call_text.h"
-#include "tests/audio_service/simulated_machine.h"
+#include "tests/audio_service/audio_service_machine.h"
 #include "tests/module_host/test_modules.h"
 
 namespace {
@@ -60,7 +60,7 @@ protected:
   }
 
   // The machine and its simulated audio system outlive the module, which holds their objects.
-  Testing::SimulatedMachine machine;
+  Testing::AudioServiceMachine machine;
   Testing::RecordingManager manager;
   CHalcyraDaemonModule module;
 };
@@ -142,7 +142,7 @@ TEST_F(HalcyraDaemonModuleTest, StopThenStartPatchesAndWritesAgainWithANewEnumer
   EXPECT_FALSE(module.IsStarted());
 
   // Somebody takes the markers away and changes the settings while the module is stopped.
-  RegDeleteTreeW(HKEY_LOCAL_MACHINE, (Testing::SimulatedMachine::StorePath(eRender, kEffectsKey, false)).c_str());
+  RegDeleteTreeW(HKEY_LOCAL_MACHINE, machine.StorePath(eRender, kEffectsKey, false).c_str());
   machine.SetNumberInMachine(kApplicationKey, u"ProcessSystemSounds", 0);
   machine.SetNumberInMachine(kProductKeyV3, u"APOBypass", 5);
   machine.capture.Clear();

@@ -6,7 +6,7 @@
 
 #include "foundation/heap_block.h"
 #include "platform/shell_string.h"
-#include "tests/audio_service/simulated_machine.h"
+#include "tests/audio_service/audio_service_machine.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ protected:
     return device;
   }
 
-  Testing::SimulatedMachine machine;
+  Testing::AudioServiceMachine machine;
 };
 
 TEST_F(GetHWIDTest, StringPropertyComesBackAsAHeapCopyOwnedByTheCaller) {

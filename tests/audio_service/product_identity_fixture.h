@@ -13,7 +13,6 @@
 #include "platform/registry.h"
 #include "platform/unique_handle.h"
 #include "tests/support/debug_channel_capture.h"
-#include "tests/support/temporary_registry_folder.h"
 
 namespace Testing {
 
@@ -29,7 +28,7 @@ inline constexpr const char16_t* kStandInVariables[] = {
 
 class ProductIdentityTest : public ::testing::Test {
 protected:
-  ProductIdentityTest() : m_clean((UseProcessRegistryFolder(), Clean(), 0)) {}
+  ProductIdentityTest() : m_clean((Clean(), 0)) {}
   ~ProductIdentityTest() override { Clean(); }
 
   static void Clean() {

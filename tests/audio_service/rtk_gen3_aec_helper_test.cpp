@@ -6,8 +6,8 @@
 
 #include "platform/rtk_bss_api.h"
 #include "simulator/call_text.h"
-#include "tests/audio_service/simulated_machine.h"
-#include "tests/support/shell_command.h"
+#include "tests/audio_service/audio_service_machine.h"
+#include "tests/support/child_process.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ using namespace Platform;
 
 class RtkGen3AECHelperStartTest : public ::testing::Test {
 protected:
-  Testing::SimulatedMachine machine;
+  Testing::AudioServiceMachine machine;
   RtkGen3AECHelper helper;
 };
 
@@ -144,7 +144,7 @@ protected:
   }
 
   void SetEffect(const std::u16string& key, const char16_t* name, DWORD value) {
-    Testing::SimulatedMachine::SetNumber(eCapture, key, true, name, value);
+    machine.SetNumber(eCapture, key, true, name, value);
   }
 
   // Sets the mode, fires PKEY_RtkBssEnable with `value` on the endpoint, and waits for its task.
@@ -157,7 +157,7 @@ protected:
   DWORD Mode(const std::u16string& id) { return machine.audio.State()->BssMode(id); }
   std::size_t CountOf(const char* operation) { return machine.audio.Calls().CountOf(operation); }
 
-  Testing::SimulatedMachine machine;
+  Testing::AudioServiceMachine machine;
   RtkGen3AECHelper helper;
   std::u16string realtek;
   std::u16string other;
@@ -198,7 +198,7 @@ TEST_F(RtkGen3AECHelperTaskTest, EnableOfZeroDoesNothing) {
 }
 
 TEST_F(RtkGen3AECHelperTaskTest, EnableThatIsNotANumberOrMissingDoesNothing) {
-  Testing::SimulatedMachine::SetText(eCapture, kRealtekKey, true, kBssEnableName, u"5");
+  machine.SetText(eCapture, kRealtekKey, true, kBssEnableName, u"5");
   EXPECT_EQ(helper.OnPropertyValueChanged(realtek.c_str(), kBssEnable), S_OK);
   EXPECT_EQ(helper.OnPropertyValueChanged(other.c_str(), kBssEnable), S_OK);
   helper.Stop();
@@ -218,7 +218,7 @@ TEST_F(RtkGen3AECHelperTaskTest, ResetOfZeroLaunchesTheResetTask) {
 TEST_F(RtkGen3AECHelperTaskTest, ResetOfOneOrOfAnotherTypeOrEmptyDoesNothing) {
   SetEffect(kRealtekKey, kBssResetName, 1);
   EXPECT_EQ(helper.OnPropertyValueChanged(realtek.c_str(), kBssReset), S_OK);
-  Testing::SimulatedMachine::SetText(eCapture, kAsusKey, true, kBssResetName, u"0");
+  machine.SetText(eCapture, kAsusKey, true, kBssResetName, u"0");
   EXPECT_EQ(helper.OnPropertyValueChanged(asus.c_str(), kBssReset), S_OK);
   EXPECT_EQ(helper.OnPropertyValueChanged(other.c_str(), kBssReset), S_OK);
   helper.Stop();
@@ -391,12 +391,12 @@ protected:
   RtkGen3AECHelperAcrossProcessesTest() { helper.Start(); }
 
   // Writes PKEY_RtkBssEnable of the endpoint's effects store with halcyra-reg.
-  static void WriteEnableFromAnotherProcess(const std::u16string& key, DWORD value) {
-    const std::string path = "HKLM\\" + Simulator::Narrow(Testing::SimulatedMachine::StorePath(eCapture, key, true));
-    const std::string command = "\"" + Testing::ProgramFolder() + "halcyra-reg\" add \"" + path + "\" /v \"" +
-                                Simulator::Narrow(kBssEnableName) + "\" /t REG_DWORD /d " + std::to_string(value) +
-                                " /f > " + ::testing::TempDir() + "halcyra_reg_rtk_output.txt 2>&1";
-    ASSERT_EQ(Testing::RunShellCommand(command), 0) << command;
+  void WriteEnableFromAnotherProcess(const std::u16string& key, DWORD value) {
+    const std::string path = "HKLM\\" + Simulator::Narrow(machine.StorePath(eCapture, key, true));
+    const Testing::ChildProcess::Result result = Testing::ChildProcess::Run(
+        HALCYRA_REG_TOOL, {"add", path, "/v", Simulator::Narrow(kBssEnableName), "/t", "REG_DWORD", "/d",
+                           std::to_string(value), "/f"});
+    ASSERT_EQ(result.exitCode, 0) << result.output << result.error;
   }
 };
 

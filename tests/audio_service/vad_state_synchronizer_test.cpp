@@ -10,7 +10,7 @@
 #include "platform/com.h"
 #include "platform/utf.h"
 #include "reactive/coordination.h"
-#include "tests/audio_service/simulated_machine.h"
+#include "tests/audio_service/audio_service_machine.h"
 
 namespace Testing {
 namespace {
@@ -71,7 +71,7 @@ protected:
     ASSERT_GE(machine.audio.Endpoints().SetState(endpoint, state), 0);
   }
   // The stored routing value; -1 when it is missing.
-  static long long Routing() { return SimulatedMachine::MachineNumber(kProfilesKey, kRoutingValue); }
+  static long long Routing() { return AudioServiceMachine::MachineNumber(kProfilesKey, kRoutingValue); }
   static void WriteRouting(DWORD value) {
     ASSERT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kProfilesKey, kRoutingValue, REG_DWORD, &value, sizeof value),
               ERROR_SUCCESS);
@@ -83,11 +83,10 @@ protected:
     return calls;
   }
   static std::string Call(const std::u16string& id, const char* flag) {
-    return Narrow(id) + ", " + flag;
+    return Platform::Utf16ToUtf8(id) + ", " + flag;
   }
-  static std::string Narrow(const std::u16string& text) { return Platform::Utf16ToUtf8(text); }
 
-  SimulatedMachine machine;
+  AudioServiceMachine machine;
   std::unique_ptr<VADStateSynchronizer> synchronizer;
   bool started = false;
   std::u16string vadOut, vadIn, unplugged, speakers;

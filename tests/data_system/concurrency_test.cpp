@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "data_system/interface_ids.h"
+#include "platform/utf.h"
 #include "tests/data_system/data_system_fixture.h"
-#include "tests/platform/registry/child_process.h"
+#include "tests/support/child_process.h"
 
 namespace Testing {
 namespace {
@@ -39,7 +40,7 @@ TEST_F(DataSystemConcurrencyTest, FourClientThreadsAWriterProcessAndMonitorsThat
   ASSERT_EQ(Open(), ErrorNone) << capture.Text();
   IStore* settings = Store(u"Settings");
   ChildProcess writer;
-  const std::string writerKey = Narrow(sandbox.RootPath() + u"\\" + SettingsKey() + u"\\" + Name(Schema::kInnerGuid));
+  const std::string writerKey = Platform::Utf16ToUtf8(sandbox.RootPath() + u"\\" + SettingsKey() + u"\\" + Name(Schema::kInnerGuid));
   ASSERT_TRUE(writer.Start(HALCYRA_REGISTRY_CHILD, {"writer", writerKey, "60"}));
 
   std::atomic<bool> stop{false};

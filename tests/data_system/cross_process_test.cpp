@@ -7,8 +7,9 @@
 #include <vector>
 
 #include "data_system/interface_ids.h"
+#include "platform/utf.h"
 #include "tests/data_system/data_system_fixture.h"
-#include "tests/platform/registry/child_process.h"
+#include "tests/support/child_process.h"
 
 namespace Testing {
 namespace {
@@ -16,17 +17,12 @@ namespace {
 using namespace DataSystem;
 
 #ifdef HALCYRA_REG_TOOL
-class CrossProcessDataSystemTest : public DataSystemTest {
+class CrossProcessDataSystemTest : public SettingsStoreTest {
 protected:
-  void SetUp() override {
-    DataSystemTest::SetUp();
-    ASSERT_EQ(Open(), ErrorNone) << capture.Text();
-    settings = Store(u"Settings");
-  }
   // halcyra-reg's path of the key of Settings, or of a key below it.
   std::string SettingsCommandPath(const std::u16string& below = u"") {
-    std::string path = sandbox.RootCommandPath() + "\\" + Narrow(SettingsKey());
-    return below.empty() ? path : path + "\\" + Narrow(below);
+    std::string path = sandbox.RootCommandPath() + "\\" + Platform::Utf16ToUtf8(SettingsKey());
+    return below.empty() ? path : path + "\\" + Platform::Utf16ToUtf8(below);
   }
   // Runs halcyra-reg with `arguments` in a process of its own.
   void Reg(const std::vector<std::string>& arguments) {
@@ -39,7 +35,6 @@ protected:
     EXPECT_FALSE(monitor.WaitFor(atLeast + 1, std::chrono::milliseconds(500)));
     return monitor.Heard();
   }
-  IStore* settings = nullptr;
 };
 
 TEST_F(CrossProcessDataSystemTest, AnInstanceAddedByAnotherProcessIsHeardAsAnInsertWithItsLogicalIndex) {
@@ -49,7 +44,7 @@ TEST_F(CrossProcessDataSystemTest, AnInstanceAddedByAnotherProcessIsHeardAsAnIns
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_TRUE(WaitUntilWatched(monitor));
-  Reg({"add", SettingsCommandPath(Name(Schema::kProfileGuid, 3)), "/v", Narrow(Name(Schema::kWeightGuid)), "/t",
+  Reg({"add", SettingsCommandPath(Name(Schema::kProfileGuid, 3)), "/v", Platform::Utf16ToUtf8(Name(Schema::kWeightGuid)), "/t",
        "REG_DWORD", "/d", "42", "/f"});
   std::vector<HeardNotification> heard = Settle(monitor, 1);
   ASSERT_EQ(heard.size(), 1u);
@@ -93,7 +88,7 @@ TEST_F(CrossProcessDataSystemTest, AValueChangedByAnotherProcessIsHeardExactlyOn
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_TRUE(WaitUntilWatched(monitor));
-  Reg({"add", SettingsCommandPath(Name(Schema::kInnerGuid)), "/v", Narrow(Name(Schema::kCountGuid)), "/t", "REG_DWORD",
+  Reg({"add", SettingsCommandPath(Name(Schema::kInnerGuid)), "/v", Platform::Utf16ToUtf8(Name(Schema::kCountGuid)), "/t", "REG_DWORD",
        "/d", "9", "/f"});
   std::vector<HeardNotification> heard = Settle(monitor, 1);
   ASSERT_EQ(heard.size(), 1u);
@@ -133,8 +128,8 @@ TEST_F(CrossProcessDataSystemTest, AValueRetypedByAnotherProcessFailsItsRefreshA
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_TRUE(WaitUntilWatched(monitor));
-  Reg({"add", SettingsCommandPath(), "/v", Narrow(Name(Schema::kLevelGuid)), "/t", "REG_SZ", "/d", "garbage", "/f"});
-  Reg({"add", SettingsCommandPath(Name(Schema::kInnerGuid)), "/v", Narrow(Name(Schema::kCountGuid)), "/t", "REG_DWORD",
+  Reg({"add", SettingsCommandPath(), "/v", Platform::Utf16ToUtf8(Name(Schema::kLevelGuid)), "/t", "REG_SZ", "/d", "garbage", "/f"});
+  Reg({"add", SettingsCommandPath(Name(Schema::kInnerGuid)), "/v", Platform::Utf16ToUtf8(Name(Schema::kCountGuid)), "/t", "REG_DWORD",
        "/d", "12", "/f"});
   ASSERT_TRUE(monitor.WaitFor(1)) << capture.Text();
   std::vector<HeardNotification> heard = monitor.Heard();

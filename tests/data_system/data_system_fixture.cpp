@@ -4,7 +4,8 @@
 #include "data_system/index_table.h"
 #include "data_system/interface_ids.h"
 #include "storage_system/interface_ids.h"
-#include "tests/platform/registry/registry_sandbox.h"
+#include "platform/utf.h"
+#include "tests/support/registry_sandbox.h"
 
 namespace Testing {
 
@@ -114,7 +115,7 @@ std::u16string DataSystemTest::Name(const Common::GUID& model) {
 }
 
 std::u16string DataSystemTest::Name(const Common::GUID& model, unsigned index) {
-  return Name(model) + u", " + Widen(std::to_string(index));
+  return Name(model) + u", " + Platform::Utf8ToUtf16(std::to_string(index));
 }
 
 void DataSystemTest::WriteDword(const std::u16string& key, const std::u16string& name, Platform::DWORD value) {

@@ -116,6 +116,19 @@ protected:
   DataSystem::IDataSystem* dataSystem = nullptr;
 };
 
+// The data system opened on the test schema, with its Settings store at hand.
+class SettingsStoreTest : public DataSystemTest {
+protected:
+  void SetUp() override {
+    DataSystemTest::SetUp();
+    ASSERT_EQ(Open(), ErrorNone) << capture.Text();
+    settings = Store(u"Settings");
+  }
+
+  // Borrowed from the data system.
+  DataSystem::IStore* settings = nullptr;
+};
+
 // Narrow text of a UTF-16 string (ASCII in tests).
 std::string Narrow16(const char16_t* text);
 

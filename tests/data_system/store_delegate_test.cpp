@@ -17,13 +17,8 @@ namespace {
 
 using namespace DataSystem;
 
-class CStoreDelegateTest : public DataSystemTest {
+class CStoreDelegateTest : public SettingsStoreTest {
 protected:
-  void SetUp() override {
-    DataSystemTest::SetUp();
-    ASSERT_EQ(Open(), ErrorNone) << capture.Text();
-    settings = Store(u"Settings");
-  }
   // Inserts `count` Profile instances into Settings.
   void InsertProfiles(int count) {
     for (int i = 0; i < count; ++i) {
@@ -31,7 +26,6 @@ protected:
       ASSERT_EQ(settings->InsertDefaultItem(u"Profile", &item), ErrorNone) << capture.Text();
     }
   }
-  IStore* settings = nullptr;
 };
 
 // Collects the paths of enumerated items.

@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "data_system/interface_ids.h"
@@ -33,15 +35,9 @@ private:
   std::vector<std::string>& m_journal;
 };
 
-class StoreMonitorTest : public DataSystemTest {
+class StoreMonitorTest : public SettingsStoreTest {
 protected:
-  void SetUp() override {
-    DataSystemTest::SetUp();
-    ASSERT_EQ(Open(), ErrorNone) << capture.Text();
-    settings = Store(u"Settings");
-  }
   std::u16string ProfileKey(unsigned index) { return SettingsKey() + u"\\" + Name(Schema::kProfileGuid, index); }
-  IStore* settings = nullptr;
   std::vector<std::string> journal;
 };
 
@@ -240,6 +236,8 @@ private:
 TEST_F(StoreMonitorTest, AsynchronousDeliveryHasANullListAndAnItemDeletedMeanwhileStaysValid) {
   IItem* item = nullptr;
   ASSERT_EQ(settings->InsertDefaultItem(u"Profile", &item), ErrorNone);
+  // A reference of the test's own, by which it sees the worker give its reference back.
+  item->AddRef();
   GatedAsyncMonitor monitor;
   {
     TreeLock hold(dataSystem);
@@ -255,6 +253,16 @@ TEST_F(StoreMonitorTest, AsynchronousDeliveryHasANullListAndAnItemDeletedMeanwhi
   auto [path, nullList] = seen.get();
   EXPECT_EQ(path, "[item was deleted]");
   EXPECT_TRUE(nullList);
+  // The worker gives its reference on the item back after the monitor has returned; nothing
+  // announces that, so look until only this test's own reference is left: then the worker is done
+  // with the monitor and its promises before they go.
+  auto* internal = static_cast<IItemInternal*>(item->GetInterface(&IID_IItemInternal));
+  for (auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+       internal->GetRefCount() > 1 && std::chrono::steady_clock::now() < end;) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(internal->GetRefCount(), 1u);
+  item->Release();
 }
 
 TEST_F(StoreMonitorTest, AStoreDestroyedWithAMonitorStillRegisteredLogsTheWarningWithItsListsAddress) {

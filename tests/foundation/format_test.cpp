@@ -11,27 +11,14 @@
 #include <cstdint>
 #include <cstdio>
 #include <limits>
+#include <ostream>
 #include <string>
+
+#include "platform/utf.h"
 
 namespace {
 
 constexpr std::size_t kBufferSize = 2048;
-
-std::u16string WidenAscii(const char* text) {
-  std::u16string wide;
-  for (; *text != 0; ++text) {
-    wide.push_back(static_cast<unsigned char>(*text));
-  }
-  return wide;
-}
-
-std::string NarrowAscii(const char16_t* text) {
-  std::string narrow;
-  for (; *text != 0; ++text) {
-    narrow.push_back(*text < 0x80 ? static_cast<char>(*text) : '?');
-  }
-  return narrow;
-}
 
 // Prints one format with one set of arguments through snprintf, FormatBounded and FormatBoundedA
 // and expects the same text and the same count from all three.
@@ -44,20 +31,27 @@ void ExpectSameAsCLibrary(const char* format, Arguments... arguments) {
   ASSERT_LT(static_cast<std::size_t>(expectedLength), sizeof expected);
 
   char16_t wide[kBufferSize];
-  const std::u16string wideFormat = WidenAscii(format);
+  const std::u16string wideFormat = Platform::Utf8ToUtf16(format);
   EXPECT_EQ(FormatBounded(wide, kBufferSize, wideFormat.c_str(), arguments...), expectedLength);
-  EXPECT_EQ(NarrowAscii(wide), expected);
+  EXPECT_EQ(Platform::Utf16ToUtf8(wide), expected);
 
   char narrow[kBufferSize];
   EXPECT_EQ(FormatBoundedA(narrow, kBufferSize, format, arguments...), expectedLength);
   EXPECT_STREQ(narrow, expected);
 }
 
+// One row of a table of formats that the C library prints the same way: a format with one value.
 template <typename Value>
 struct FormatCase {
   const char* format;
   Value value;
 };
+
+// A failing row names its format.
+template <typename Value>
+void PrintTo(const FormatCase<Value>& row, std::ostream* out) {
+  *out << '"' << row.format << '"';
+}
 
 int CallV(char16_t* destination, std::size_t capacity, const char16_t* format, ...) {
   va_list arguments;
@@ -67,107 +61,117 @@ int CallV(char16_t* destination, std::size_t capacity, const char16_t* format, .
   return result;
 }
 
+// Integers of int size, with every flag, width, precision and length modifier that narrows them.
+const FormatCase<int> kIntegerRows[] = {
+    {"%d", 0},          {"%d", 1},          {"%d", -1},         {"%d", INT_MAX},   {"%d", INT_MIN},
+    {"%i", -42},        {"%5d", 42},        {"%-5d|", 42},      {"%05d", -42},     {"%+d", 42},
+    {"% d", 42},        {"%+d", -42},       {"% 05d", 42},      {"%-05d|", 42},    {"%.3d", 7},
+    {"%.0d", 0},        {"%+.0d", 0},       {"%8.3d", -7},      {"%08.3d", 7},     {"%02d", 5},
+    {"%02d", 123},      {"%u", -1},         {"%u", 3000000},    {"%x", 0xbeef},    {"%X", 0xBEEF},
+    {"%#x", 0xbeef},    {"%#X", 0xbeef},    {"%#x", 0},         {"%08X", 0xABC},   {"%08X", -1},
+    {"%#010x", 0xab},   {"%o", 8},          {"%#o", 8},         {"%#o", 0},        {"%#.3o", 0},
+    {"%.0x", 0},        {"%#.5o", 8},       {"[%-8X]", 255},    {"%hX", 0x12345},  {"%hd", 40000},
+    {"%hu", -1},        {"%hhX", 0x1FF},    {"%hhd", 200},      {"%%%d%%", 5},     {"%x", INT_MIN},
+};
+
+// Integers of 64 bits.
+const FormatCase<long long> kSixtyFourBitRows[] = {
+    {"%lld", 0},         {"%lld", LLONG_MIN}, {"%lld", LLONG_MAX}, {"%llu", -1LL},     {"%llX", -1LL},
+    {"%016llx", 0xABC},  {"%+lld", 7},        {"%20lld|", -5},     {"%-20llu|", 5},    {"%#llo", 01234567},
+};
+
+// Floating point with every conversion, the rounding of halves, the longest texts and the
+// infinities and NaN.
+const FormatCase<double> kFloatingPointRows[] = {
+    {"%f", 0.0},
+    {"%f", -0.0},
+    {"%f", 1.5},
+    {"%f", -1.5},
+    {"%f", 3.14159265358979},
+    {"%f", 1e300},
+    {"%f", DBL_MAX},
+    {"%f", 1e-300},
+    {"%.0f", 0.5},
+    {"%.0f", 1.5},
+    {"%.0f", 2.5},
+    {"%.2f", 2.675},
+    {"%10.3f", 3.14159},
+    {"%-10.3f|", 3.14159},
+    {"%010.3f", -3.14159},
+    {"%+f", 2.0},
+    {"% f", 2.0},
+    {"%#.0f", 3.0},
+    {"%F", 1234.5},
+    {"%lf", 0.1},
+    {"%.17f", 0.1},
+    {"%.100f", 1.0 / 3.0},
+    {"%.1100f", 5e-324},
+    {"%.1100f", DBL_MAX},
+    {"%e", 0.0},
+    {"%e", 123456.789},
+    {"%E", 0.000123},
+    {"%.0e", 5.5},
+    {"%#.0e", 5.0},
+    {"%.3e", 9.9996},
+    {"%e", 1e-310},
+    {"%e", DBL_MAX},
+    {"%+12.4e|", -1.0},
+    {"%012.4e", 1.0},
+    {"%.900e", 1.0 / 3.0},
+    {"%g", 0.0},
+    {"%g", 0.0001},
+    {"%g", 0.00001},
+    {"%g", 123456.0},
+    {"%g", 1234567.0},
+    {"%g", 100.0},
+    {"%g", 9.9999996},
+    {"%g", 999999.5},
+    {"%G", 1e-10},
+    {"%.3g", 3.14159},
+    {"%.0g", 25.0},
+    {"%#.0g", 25.0},
+    {"%#g", 1.0},
+    {"%#g", 1e-10},
+    {"%#g", 123456789.0},
+    {"%.20g", 0.1},
+    {"%.17g", 1.0 / 3.0},
+    {"%#.900g", 0.5},
+    {"%.900g", 0.5},
+    {"%-12g|", -2.5},
+    {"%012g", 2.5},
+    {"%f", HUGE_VAL},
+    {"%F", HUGE_VAL},
+    {"%e", -HUGE_VAL},
+    {"%+G", HUGE_VAL},
+    {"%010f", HUGE_VAL},
+    {"%-6f|", -HUGE_VAL},
+    {"%f", std::numeric_limits<double>::quiet_NaN()},
+    {"%5F", std::numeric_limits<double>::quiet_NaN()},
+};
+
+template <typename Value>
+class FormatSameAsCLibraryTest : public ::testing::TestWithParam<FormatCase<Value>> {
+protected:
+  void ExpectSame() { ExpectSameAsCLibrary(this->GetParam().format, this->GetParam().value); }
+};
+
+using IntegerFormatTest = FormatSameAsCLibraryTest<int>;
+using SixtyFourBitFormatTest = FormatSameAsCLibraryTest<long long>;
+using FloatingPointFormatTest = FormatSameAsCLibraryTest<double>;
+
+TEST_P(IntegerFormatTest, PrintsAsTheCLibraryPrintsIt) { ExpectSame(); }
+TEST_P(SixtyFourBitFormatTest, PrintsAsTheCLibraryPrintsIt) { ExpectSame(); }
+TEST_P(FloatingPointFormatTest, PrintsAsTheCLibraryPrintsIt) { ExpectSame(); }
+
+INSTANTIATE_TEST_SUITE_P(FormatBounded, IntegerFormatTest, ::testing::ValuesIn(kIntegerRows));
+INSTANTIATE_TEST_SUITE_P(FormatBounded, SixtyFourBitFormatTest, ::testing::ValuesIn(kSixtyFourBitRows));
+INSTANTIATE_TEST_SUITE_P(FormatBounded, FloatingPointFormatTest, ::testing::ValuesIn(kFloatingPointRows));
+
 }  // namespace
 
-TEST(FormatBoundedTest, IntegersPrintAsTheCLibraryPrintsThem) {
-  const FormatCase<int> cases[] = {
-      {"%d", 0},          {"%d", 1},          {"%d", -1},         {"%d", INT_MAX},   {"%d", INT_MIN},
-      {"%i", -42},        {"%5d", 42},        {"%-5d|", 42},      {"%05d", -42},     {"%+d", 42},
-      {"% d", 42},        {"%+d", -42},       {"% 05d", 42},      {"%-05d|", 42},    {"%.3d", 7},
-      {"%.0d", 0},        {"%+.0d", 0},       {"%8.3d", -7},      {"%08.3d", 7},     {"%02d", 5},
-      {"%02d", 123},      {"%u", -1},         {"%u", 3000000},    {"%x", 0xbeef},    {"%X", 0xBEEF},
-      {"%#x", 0xbeef},    {"%#X", 0xbeef},    {"%#x", 0},         {"%08X", 0xABC},   {"%08X", -1},
-      {"%#010x", 0xab},   {"%o", 8},          {"%#o", 8},         {"%#o", 0},        {"%#.3o", 0},
-      {"%.0x", 0},        {"%#.5o", 8},       {"[%-8X]", 255},    {"%hX", 0x12345},  {"%hd", 40000},
-      {"%hu", -1},        {"%hhX", 0x1FF},    {"%hhd", 200},      {"%%%d%%", 5},     {"%x", INT_MIN},
-  };
-  for (const auto& testCase : cases) {
-    ExpectSameAsCLibrary(testCase.format, testCase.value);
-  }
-}
-
-TEST(FormatBoundedTest, SixtyFourBitIntegersPrintAsTheCLibraryPrintsThem) {
-  const FormatCase<long long> cases[] = {
-      {"%lld", 0},         {"%lld", LLONG_MIN}, {"%lld", LLONG_MAX}, {"%llu", -1LL},     {"%llX", -1LL},
-      {"%016llx", 0xABC},  {"%+lld", 7},        {"%20lld|", -5},     {"%-20llu|", 5},    {"%#llo", 01234567},
-  };
-  for (const auto& testCase : cases) {
-    ExpectSameAsCLibrary(testCase.format, testCase.value);
-  }
+TEST(FormatBoundedTest, SizeAndPointerDifferenceLengthsPrintAsTheCLibraryPrintsThem) {
   ExpectSameAsCLibrary("%zu %zx %zd", SIZE_MAX, std::size_t{0xABCDEF}, static_cast<std::size_t>(12));
   ExpectSameAsCLibrary("%jd %td", static_cast<std::intmax_t>(-3), static_cast<std::ptrdiff_t>(-4));
-}
-
-TEST(FormatBoundedTest, FloatingPointPrintsAsTheCLibraryPrintsIt) {
-  const FormatCase<double> cases[] = {
-      {"%f", 0.0},
-      {"%f", -0.0},
-      {"%f", 1.5},
-      {"%f", -1.5},
-      {"%f", 3.14159265358979},
-      {"%f", 1e300},
-      {"%f", DBL_MAX},
-      {"%f", 1e-300},
-      {"%.0f", 0.5},
-      {"%.0f", 1.5},
-      {"%.0f", 2.5},
-      {"%.2f", 2.675},
-      {"%10.3f", 3.14159},
-      {"%-10.3f|", 3.14159},
-      {"%010.3f", -3.14159},
-      {"%+f", 2.0},
-      {"% f", 2.0},
-      {"%#.0f", 3.0},
-      {"%F", 1234.5},
-      {"%lf", 0.1},
-      {"%.17f", 0.1},
-      {"%.100f", 1.0 / 3.0},
-      {"%.1100f", 5e-324},
-      {"%.1100f", DBL_MAX},
-      {"%e", 0.0},
-      {"%e", 123456.789},
-      {"%E", 0.000123},
-      {"%.0e", 5.5},
-      {"%#.0e", 5.0},
-      {"%.3e", 9.9996},
-      {"%e", 1e-310},
-      {"%e", DBL_MAX},
-      {"%+12.4e|", -1.0},
-      {"%012.4e", 1.0},
-      {"%.900e", 1.0 / 3.0},
-      {"%g", 0.0},
-      {"%g", 0.0001},
-      {"%g", 0.00001},
-      {"%g", 123456.0},
-      {"%g", 1234567.0},
-      {"%g", 100.0},
-      {"%g", 9.9999996},
-      {"%g", 999999.5},
-      {"%G", 1e-10},
-      {"%.3g", 3.14159},
-      {"%.0g", 25.0},
-      {"%#.0g", 25.0},
-      {"%#g", 1.0},
-      {"%#g", 1e-10},
-      {"%#g", 123456789.0},
-      {"%.20g", 0.1},
-      {"%.17g", 1.0 / 3.0},
-      {"%#.900g", 0.5},
-      {"%.900g", 0.5},
-      {"%-12g|", -2.5},
-      {"%012g", 2.5},
-      {"%f", HUGE_VAL},
-      {"%F", HUGE_VAL},
-      {"%e", -HUGE_VAL},
-      {"%+G", HUGE_VAL},
-      {"%010f", HUGE_VAL},
-      {"%-6f|", -HUGE_VAL},
-      {"%f", std::numeric_limits<double>::quiet_NaN()},
-      {"%5F", std::numeric_limits<double>::quiet_NaN()},
-  };
-  for (const auto& testCase : cases) {
-    ExpectSameAsCLibrary(testCase.format, testCase.value);
-  }
 }
 
 // Some C libraries differ here (MinGW's prints nothing for the first and drops the sign of the
@@ -221,11 +225,11 @@ TEST(FormatBoundedTest, NarrowStringsInANarrowFormatPrintAsTheCLibraryPrintsThem
     EXPECT_EQ(FormatBoundedA(narrow, kBufferSize, testCase.format, testCase.value), expectedLength);
     EXPECT_STREQ(narrow, expected);
 
-    const std::u16string wideFormat = WidenAscii(testCase.format);
-    const std::u16string wideValue = WidenAscii(testCase.value);
+    const std::u16string wideFormat = Platform::Utf8ToUtf16(testCase.format);
+    const std::u16string wideValue = Platform::Utf8ToUtf16(testCase.value);
     char16_t wide[kBufferSize];
     EXPECT_EQ(FormatBounded(wide, kBufferSize, wideFormat.c_str(), wideValue.c_str()), expectedLength);
-    EXPECT_EQ(NarrowAscii(wide), expected);
+    EXPECT_EQ(Platform::Utf16ToUtf8(wide), expected);
   }
 }
 
@@ -426,7 +430,7 @@ TEST(FormatBoundedTest, MalformedFormatReturnsMinusOneAndKeepsTheTextBeforeIt) {
   const char16_t* formats[] = {u"ab%y", u"ab%", u"ab%Ld", u"ab%hf", u"ab%wd", u"ab%n", u"ab%1$d", u"ab%lp",
                                u"ab%Ls", u"ab%hhs", u"ab%a"};
   for (const char16_t* format : formats) {
-    SCOPED_TRACE(NarrowAscii(format));
+    SCOPED_TRACE(Platform::Utf16ToUtf8(format));
     char16_t wide[16] = {u'#'};
     int target = 0;
     EXPECT_EQ(FormatBounded(wide, 16, format, 1, &target), -1);

@@ -16,14 +16,30 @@ std::string Print(const Common::GUID& guid) {
   return Platform::Utf16ToUtf8(guid.ToString(text));
 }
 
-TEST(GuidTest, ParsesWithBothBracesNoBracesAndTheOpeningBraceAlone) {
-  for (const char16_t* text : {u"{2d892502-1f2c-4141-b46b-2a6bd660e61d}", u"2d892502-1f2c-4141-b46b-2a6bd660e61d",
-                               u"{2d892502-1f2c-4141-b46b-2a6bd660e61d"}) {
-    Common::GUID parsed;
-    EXPECT_EQ(Common::GUID::StringToGuid(text, parsed), ErrorNone);
-    EXPECT_EQ(parsed, kExpected);
-  }
+// The texts that parse to kExpected, each named for the form it shows.
+struct AcceptedText {
+  const char* form;
+  const char16_t* text;
+};
+
+const AcceptedText kAcceptedTexts[] = {
+    {"BothBraces", u"{2d892502-1f2c-4141-b46b-2a6bd660e61d}"},
+    {"NoBraces", u"2d892502-1f2c-4141-b46b-2a6bd660e61d"},
+    {"OpeningBraceAlone", u"{2d892502-1f2c-4141-b46b-2a6bd660e61d"},
+    {"Capitals", u"{2D892502-1F2C-4141-B46B-2A6BD660E61D}"},
+    {"TextAfterTheLastGroup", u"2d892502-1f2c-4141-b46b-2a6bd660e61dXYZ"},
+};
+
+class GuidParseTest : public ::testing::TestWithParam<AcceptedText> {};
+
+TEST_P(GuidParseTest, ParsesToTheSameGuid) {
+  Common::GUID parsed;
+  EXPECT_EQ(Common::GUID::StringToGuid(GetParam().text, parsed), ErrorNone);
+  EXPECT_EQ(parsed, kExpected);
 }
+
+INSTANTIATE_TEST_SUITE_P(Forms, GuidParseTest, ::testing::ValuesIn(kAcceptedTexts),
+                         [](const ::testing::TestParamInfo<AcceptedText>& info) { return std::string(info.param.form); });
 
 TEST(GuidTest, PrintsBracedCapitalsWhateverTheInputCase) {
   Common::GUID parsed(u"2d892502-1f2c-4141-b46b-2a6bd660e61d");
@@ -43,12 +59,6 @@ TEST(GuidTest, ConstructorFromBadTextReportsAndStaysZero) {
   Common::GUID parsed(u"not a guid");
   EXPECT_TRUE(parsed.IsNull());
   EXPECT_FALSE(capture.Writes().empty());
-}
-
-TEST(GuidTest, TextAfterTheLastGroupIsIgnored) {
-  Common::GUID parsed;
-  EXPECT_EQ(Common::GUID::StringToGuid(u"2d892502-1f2c-4141-b46b-2a6bd660e61dXYZ", parsed), ErrorNone);
-  EXPECT_EQ(parsed, kExpected);
 }
 
 TEST(GuidTest, CapacityOf38FailsAnd39Succeeds) {

@@ -7,7 +7,6 @@
 #include "foundation/log.h"
 #include "platform/unique_handle.h"
 #include "tests/support/debug_channel_capture.h"
-#include "tests/support/temporary_registry_folder.h"
 
 namespace {
 
@@ -19,7 +18,6 @@ constexpr const char16_t* kTestKey = u"Software\\HalcyraTests\\RegistryHelper";
 class RegistryHelperTest : public ::testing::Test {
 protected:
   RegistryHelperTest() {
-    Testing::UseProcessRegistryFolder();
     RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey);
   }
   ~RegistryHelperTest() override {

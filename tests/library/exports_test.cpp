@@ -9,13 +9,13 @@
 #include "module_host/module_table.h"
 #include "platform/module.h"
 #include "platform/unique_handle.h"
+#include "platform/utf.h"
+#include "tests/support/program_folder.h"
 
 namespace {
 
 std::u16string LibraryBesideThisProgram() {
-  char16_t path[4096];
-  std::u16string program(path, Platform::GetModuleFileNameW(nullptr, path, 4096));
-  return program.substr(0, program.find_last_of(u"/\\") + 1) + HALCYRA_MODULE_LIBRARY_NAME;
+  return Platform::Utf8ToUtf16(Testing::ProgramFolder()) + HALCYRA_MODULE_LIBRARY_NAME;
 }
 
 class ExportsTest : public ::testing::Test {

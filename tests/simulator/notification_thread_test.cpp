@@ -9,7 +9,7 @@
 #include "platform/synchronization.h"
 #include "simulator/simulated_enumerator.h"
 #include "tests/simulator/simulator_fixture.h"
-#include "tests/support/shell_command.h"
+#include "tests/support/child_process.h"
 
 namespace {
 
@@ -58,10 +58,9 @@ TEST_F(NotificationThreadTest, StateChangeByAnotherProcessReachesTheClientOnTheS
   std::u16string id = AddEndpoint(eCapture, kKey1);
   Register();
   const std::string key = "HKCU\\" + Simulator::Narrow(EndpointPath(eCapture, kKey1));
-  const std::string command = "\"" + Testing::ProgramFolder() + "halcyra-reg\" add \"" + key +
-                              "\" /v DeviceState /t REG_DWORD /d 2 /f > " + ::testing::TempDir() +
-                              "halcyra_reg_add_output.txt 2>&1";
-  ASSERT_EQ(Testing::RunShellCommand(command), 0) << command;
+  const Testing::ChildProcess::Result result =
+      Testing::ChildProcess::Run(HALCYRA_REG_TOOL, {"add", key, "/v", "DeviceState", "/t", "REG_DWORD", "/d", "2", "/f"});
+  ASSERT_EQ(result.exitCode, 0) << result.output << result.error;
   Heard heard = client.WaitFor(Is("state", id));
   ASSERT_EQ(heard.kind, "state") << "no notification within 10 s";
   EXPECT_EQ(heard.state, DEVICE_STATE_DISABLED);

@@ -1,6 +1,5 @@
-// What the simulator's tests share: a fresh registry (its own folder on Linux) with the simulated
-// endpoints below a test key, an audio system over them, and a notification client that records
-// what it hears.
+// What the simulator's tests share: the simulated machine (tests/support/simulated_machine.h) with
+// its endpoints below a test key, and a notification client that records what it hears.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,16 +17,12 @@
 #include "platform/unique_handle.h"
 #include "simulator/audio_system.h"
 #include "simulator/property_text.h"
-#include "tests/support/temporary_registry_folder.h"
+#include "tests/support/simulated_machine.h"
 
 namespace Testing {
 
 inline const Simulator::AudioRoot kSimulatorRoot{Platform::HKEY_CURRENT_USER,
                                                  u"Software\\HalcyraTests\\Simulator\\Audio"};
-
-inline void RemoveSimulatorKeys() {
-  Platform::RegDeleteTreeW(Platform::HKEY_CURRENT_USER, u"Software\\HalcyraTests\\Simulator");
-}
 
 // One notification as a client heard it.
 struct Heard {
@@ -110,54 +105,10 @@ private:
   std::vector<Heard> m_heard;
 };
 
-class SimulatorFixture : public ::testing::Test {
+// The simulated machine with its endpoints below a test key of the user hive.
+class SimulatorFixture : public ::testing::Test, public SimulatedMachine {
 protected:
-  SimulatorFixture()
-      : m_clean((UseProcessRegistryFolder(), RemoveSimulatorKeys(), 0)),
-        audio(kSimulatorRoot, [](const std::u16string&) {}) {}
-  ~SimulatorFixture() override { RemoveSimulatorKeys(); }
-
-  std::u16string AddEndpoint(Platform::EDataFlow flow, const std::u16string& key,
-                             Platform::DWORD state = Platform::DEVICE_STATE_ACTIVE,
-                             const char16_t* hardwareId = u"HDAUDIO\\FUNC_01&VEN_10EC&DEV_0000") {
-    Simulator::EndpointDefinition definition{flow, key, state, {}, {}};
-    if (hardwareId != nullptr) definition.textProperties.emplace_back(Platform::PKEY_Device_InstanceId, hardwareId);
-    EXPECT_GE(audio.Endpoints().Create(definition), 0);
-    return Simulator::EndpointRegistry::EndpointId(flow, key);
-  }
-
-  static std::u16string EndpointPath(Platform::EDataFlow flow, const std::u16string& key) {
-    return kSimulatorRoot.path + (flow == Platform::eRender ? u"\\Render\\" : u"\\Capture\\") + key;
-  }
-
-  static void SetRaw(const std::u16string& path, const std::u16string& name, Platform::DWORD type, const void* data,
-                     Platform::DWORD size) {
-    Platform::UniqueKey key;
-    ASSERT_EQ(Platform::RegCreateKeyExW(kSimulatorRoot.hive, path.c_str(), 0, nullptr, 0, Platform::KEY_ALL_ACCESS,
-                                        nullptr, key.Put(), nullptr),
-              Platform::ERROR_SUCCESS);
-    ASSERT_EQ(Platform::RegSetValueExW(key.Get(), name.c_str(), 0, type, static_cast<const Platform::BYTE*>(data),
-                                       size),
-              Platform::ERROR_SUCCESS);
-  }
-  static void SetNumber(const std::u16string& path, const std::u16string& name, Platform::DWORD value) {
-    SetRaw(path, name, Platform::REG_DWORD, &value, sizeof(value));
-  }
-  static void SetText(const std::u16string& path, const std::u16string& name, const std::u16string& text) {
-    SetRaw(path, name, Platform::REG_SZ, text.c_str(), static_cast<Platform::DWORD>((text.size() + 1) * 2));
-  }
-
-  std::vector<std::string> Messages() {
-    std::vector<std::string> messages;
-    for (const std::u16string& message : audio.Messages()) messages.push_back(Simulator::Narrow(message));
-    return messages;
-  }
-
-private:
-  int m_clean;
-
-protected:
-  Simulator::AudioSystem audio;
+  SimulatorFixture() : SimulatedMachine(kSimulatorRoot) {}
 };
 
 }  // namespace Testing

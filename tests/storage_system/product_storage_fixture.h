@@ -12,7 +12,6 @@
 #include "platform/unique_handle.h"
 #include "storage_system/product_desc.h"
 #include "tests/support/debug_channel_capture.h"
-#include "tests/support/temporary_registry_folder.h"
 
 namespace Testing {
 
@@ -20,7 +19,7 @@ inline constexpr const char16_t* kTestsKey = u"Software\\HalcyraTests\\ProductSt
 
 class ProductStorageTest : public ::testing::Test {
 protected:
-  ProductStorageTest() : m_clean((UseProcessRegistryFolder(), RemoveKeys(), 0)) { LogSetLevel(LogLevelInfo); }
+  ProductStorageTest() : m_clean((RemoveKeys(), 0)) { LogSetLevel(LogLevelInfo); }
   ~ProductStorageTest() override {
     LogSetLevel(LogLevelWarning);
     RemoveKeys();

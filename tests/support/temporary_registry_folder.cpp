@@ -42,13 +42,10 @@ TemporaryRegistryFolder::TemporaryRegistryFolder() {
 TemporaryRegistryFolder::~TemporaryRegistryFolder() {
   Platform::SetEnvironmentVariableW(kVariable, m_hadPrevious ? m_previous.c_str() : nullptr);
   if (m_path.empty()) return;
+  // Tests may have taken rights off the folder.
   std::error_code ignored;
+  std::filesystem::permissions(m_path, std::filesystem::perms::owner_all, ignored);
   std::filesystem::remove_all(m_path, ignored);
-}
-
-const std::string& UseProcessRegistryFolder() {
-  static TemporaryRegistryFolder folder;
-  return folder.Path();
 }
 
 }  // namespace Testing

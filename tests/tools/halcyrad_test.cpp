@@ -1,16 +1,13 @@
-// halcyrad as a person runs it: a separate process whose output is read back from a file.
+// halcyrad as a person runs it: a separate process whose output is read back.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <regex>
-#include <sstream>
 #include <string>
+#include <vector>
 
-#include "platform/module.h"
-#include "platform/utf.h"
+#include "tests/support/child_process.h"
 #include "tests/support/platform_kind.h"
-#include "tests/support/shell_command.h"
+#include "tests/support/program_folder.h"
 #include "tests/support/temporary_registry_folder.h"
 
 namespace {
@@ -22,28 +19,13 @@ struct RunResult {
   std::string output;
 };
 
-// Runs a program beside this one with `arguments`, standard output and error together into a file.
-// Each run has a file of its own: on Windows a file that an ended process had open may stay busy
-// for a moment, and the next run's redirection would then fail.
-RunResult RunProgram(const std::string& program, const std::string& arguments) {
-  static int runNumber = 0;
-  const std::string outputPath =
-      ::testing::TempDir() + "halcyrad_test_output_" + std::to_string(++runNumber) + ".txt";
-  const std::string command =
-      "\"" + ProgramFolder() + program + "\" " + arguments + " > \"" + outputPath + "\" 2>&1";
-  RunResult result;
-  result.status = Testing::RunShellCommand(command);
-  {
-    std::ifstream file(outputPath);
-    std::stringstream text;
-    text << file.rdbuf();
-    result.output = text.str();
-  }
-  std::remove(outputPath.c_str());
-  return result;
+// Runs a program beside this one with `arguments`; its standard output, then its standard error.
+RunResult RunProgram(const std::string& program, const std::vector<std::string>& arguments) {
+  Testing::ChildProcess::Result result = Testing::ChildProcess::Run(program, arguments);
+  return RunResult{result.exitCode, result.output + result.error};
 }
 
-RunResult RunHalcyrad(const std::string& arguments) { return RunProgram("halcyrad", arguments); }
+RunResult RunHalcyrad(const std::vector<std::string>& arguments) { return RunProgram(HALCYRA_DAEMON, arguments); }
 
 // Where the tests keep the simulated endpoints: Core Audio's own place on Linux, where each test
 // has a registry folder of its own; a test key on Windows, where the registry is the machine's.
@@ -52,9 +34,14 @@ std::string AudioRoot() {
   return Testing::kRunningOnWindows ? kWindowsTestAudioRoot
                                     : "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio";
 }
-std::string Simulate() {
-  return Testing::kRunningOnWindows ? "--simulate --simulated-audio-root \"" + kWindowsTestAudioRoot + "\""
-                                    : "--simulate";
+// `arguments` and those that make halcyrad simulate the audio system there.
+std::vector<std::string> Simulated(std::vector<std::string> arguments) {
+  arguments.push_back("--simulate");
+  if (Testing::kRunningOnWindows) {
+    arguments.push_back("--simulated-audio-root");
+    arguments.push_back(kWindowsTestAudioRoot);
+  }
+  return arguments;
 }
 
 // Each test starts halcyrad on a machine of its own: a fresh registry folder on Linux; on Windows
@@ -66,15 +53,15 @@ protected:
 
   static void RemoveWrittenKeys() {
     if (!Testing::kRunningOnWindows) return;
-    RunProgram("halcyra-reg", "delete \"HKLM\\SOFTWARE\\Velorin\" /f");
-    RunProgram("halcyra-reg", "delete \"" + kWindowsTestAudioRoot + "\" /f");
+    RunProgram(HALCYRA_REG_TOOL, {"delete", "HKLM\\SOFTWARE\\Velorin", "/f"});
+    RunProgram(HALCYRA_REG_TOOL, {"delete", kWindowsTestAudioRoot, "/f"});
   }
 
   Testing::TemporaryRegistryFolder registry;
 };
 
 TEST_F(HalcyradTest, ShortRunAtTraceLevelPrintsTheFourRequestTracesAndExitsZero) {
-  RunResult run = RunHalcyrad("--for 1 --log-level 4 " + Simulate());
+  RunResult run = RunHalcyrad(Simulated({"--for", "1", "--log-level", "4"}));
   EXPECT_EQ(run.status, 0) << run.output;
   for (const char* request : {"Init", "Start", "Stop", "Uninit"}) {
     std::regex trace(std::string("halcyrad: ") + request +
@@ -86,29 +73,36 @@ TEST_F(HalcyradTest, ShortRunAtTraceLevelPrintsTheFourRequestTracesAndExitsZero)
 }
 
 TEST_F(HalcyradTest, DefaultLevelHidesTheTraces) {
-  RunResult run = RunHalcyrad("--for 0 " + Simulate());
+  RunResult run = RunHalcyrad(Simulated({"--for", "0"}));
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_EQ(run.output.find("request on module"), std::string::npos) << run.output;
 }
 
 TEST_F(HalcyradTest, MissingLibraryGivesAClearMessageAndNonZeroStatus) {
-  RunResult run = RunHalcyrad("--for 0 --library no-such-library.bin");
+  RunResult run = RunHalcyrad({"--for", "0", "--library", "no-such-library.bin"});
   EXPECT_NE(run.status, 0);
   EXPECT_NE(run.output.find("halcyrad: cannot load the module library no-such-library.bin"), std::string::npos)
       << run.output;
 }
 
 TEST_F(HalcyradTest, LibraryWithoutAModuleGivesAClearMessageAndNonZeroStatus) {
-  RunResult run = RunHalcyrad("--for 0 --library \"" + ProgramFolder() + HALCYRA_EMPTY_MODULE_LIBRARY_NAME + "\"");
+  RunResult run = RunHalcyrad({"--for", "0", "--library", ProgramFolder() + HALCYRA_EMPTY_MODULE_LIBRARY_NAME});
   EXPECT_NE(run.status, 0);
   EXPECT_NE(run.output.find("halcyrad: the module library has no module"), std::string::npos) << run.output;
 }
 
 TEST_F(HalcyradTest, BadArgumentsAreRefused) {
-  EXPECT_NE(RunHalcyrad("--log-level 9").status, 0);
-  EXPECT_NE(RunHalcyrad("--for soon").status, 0);
-  EXPECT_NE(RunHalcyrad("--frobnicate").status, 0);
-  EXPECT_NE(RunHalcyrad("--simulated-audio-root HKXX\\Audio").status, 0);
+  EXPECT_NE(RunHalcyrad({"--log-level", "9"}).status, 0);
+  EXPECT_NE(RunHalcyrad({"--for", "soon"}).status, 0);
+  EXPECT_NE(RunHalcyrad({"--frobnicate"}).status, 0);
+  EXPECT_NE(RunHalcyrad({"--simulated-audio-root", "HKXX\\Audio"}).status, 0);
+}
+
+TEST_F(HalcyradTest, LogLevelZeroIsRefusedWithTheRangeThatTheHelpNames) {
+  RunResult run = RunHalcyrad({"--log-level", "0"});
+  EXPECT_NE(run.status, 0);
+  EXPECT_NE(run.output.find("halcyrad: --log-level takes a level from 1 to 5"), std::string::npos) << run.output;
+  EXPECT_NE(RunHalcyrad({"--help"}).output.find("(1 errors ... 5 type matching"), std::string::npos);
 }
 
 constexpr const char* kPatchedLine =
@@ -116,13 +110,13 @@ constexpr const char* kPatchedLine =
 constexpr const char* kHeadsetProperties = "\\Render\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D05}\\Properties";
 
 TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesTheSettings) {
-  RunResult run = RunHalcyrad("--for 2 --log-level 3 " + Simulate());
+  RunResult run = RunHalcyrad(Simulated({"--for", "2", "--log-level", "3"}));
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_NE(run.output.find("halcyrad: seeded the product's registry keys"), std::string::npos) << run.output;
   EXPECT_NE(run.output.find("halcyrad: seeded the default simulated endpoints"), std::string::npos) << run.output;
   EXPECT_NE(run.output.find(kPatchedLine), std::string::npos) << run.output;
 
-  RunResult markers = RunProgram("halcyra-reg", "query \"" + AudioRoot() + kHeadsetProperties + "\"");
+  RunResult markers = RunProgram(HALCYRA_REG_TOOL, {"query", AudioRoot() + kHeadsetProperties});
   ASSERT_EQ(markers.status, 0) << markers.output;
   EXPECT_TRUE(std::regex_search(
       markers.output, std::regex("\\{F363DF17-A750-4AC3-B7B5-2BBEFFA9085F\\},11 +REG_SZ +Quillon\\.Halcyra3")))
@@ -134,7 +128,7 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
                                 std::regex("\\{8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369\\},0 +REG_DWORD +0x1")))
       << markers.output;
 
-  RunResult settings = RunProgram("halcyra-reg", "query \"HKLM\\SOFTWARE\\Velorin\\VelorinV3\" /s");
+  RunResult settings = RunProgram(HALCYRA_REG_TOOL, {"query", "HKLM\\SOFTWARE\\Velorin\\VelorinV3", "/s"});
   ASSERT_EQ(settings.status, 0) << settings.output;
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("APOBypass +REG_DWORD +0x0"))) << settings.output;
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("ProcessSystemSounds +REG_DWORD +0x1")))
@@ -143,21 +137,21 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
   // are on, and the default is recorded as applied.
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("DefaultNoiseReduction +REG_DWORD +0x1")))
       << settings.output;
-  RunResult parameters = RunProgram("halcyra-reg", "query \"" + AudioRoot() + "\\AudioProcessing\"");
+  RunResult parameters = RunProgram(HALCYRA_REG_TOOL, {"query", AudioRoot() + "\\AudioProcessing"});
   ASSERT_EQ(parameters.status, 0) << parameters.output;
   EXPECT_TRUE(std::regex_search(parameters.output, std::regex("11 +REG_DWORD +0xffffffff", std::regex::icase)))
       << parameters.output;
   EXPECT_TRUE(std::regex_search(parameters.output, std::regex("106 +REG_DWORD +0xffffffff", std::regex::icase)))
       << parameters.output;
 
-  RunResult second = RunHalcyrad("--for 0 --log-level 3 " + Simulate());
+  RunResult second = RunHalcyrad(Simulated({"--for", "0", "--log-level", "3"}));
   EXPECT_EQ(second.status, 0) << second.output;
   EXPECT_EQ(second.output.find(kPatchedLine), std::string::npos) << second.output;
   EXPECT_EQ(second.output.find("halcyrad: seeded"), std::string::npos) << second.output;
 }
 
 TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateBssModeNameHardwareIdAndMarkers) {
-  RunResult run = RunHalcyrad("--list-endpoints " + Simulate());
+  RunResult run = RunHalcyrad(Simulated({"--list-endpoints"}));
   EXPECT_EQ(run.status, 0) << run.output;
   EXPECT_TRUE(std::regex_search(
       run.output,
@@ -175,12 +169,11 @@ TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateBssModeNameHardwareIdAndMarker
 }
 
 TEST_F(HalcyradTest, ListEndpointsShowsTheBssModeThatAnotherProcessSet) {
-  ASSERT_EQ(RunHalcyrad("--list-endpoints " + Simulate()).status, 0);
-  RunResult set = RunProgram("halcyra-reg", "add \"" + AudioRoot() +
-                                                "\\Capture\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03}\" /v RtkBssMode "
-                                                "/t REG_DWORD /d 3 /f");
+  ASSERT_EQ(RunHalcyrad(Simulated({"--list-endpoints"})).status, 0);
+  RunResult set = RunProgram(HALCYRA_REG_TOOL, {"add", AudioRoot() + "\\Capture\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03}",
+                                             "/v", "RtkBssMode", "/t", "REG_DWORD", "/d", "3", "/f"});
   ASSERT_EQ(set.status, 0) << set.output;
-  RunResult run = RunHalcyrad("--list-endpoints " + Simulate());
+  RunResult run = RunHalcyrad(Simulated({"--list-endpoints"}));
   EXPECT_TRUE(std::regex_search(run.output, std::regex("\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03\\} +capture +active +3 +"
                                                        "\"Microphone Array \\(Realtek\\(R\\) Audio\\)\"")))
       << run.output;
@@ -190,7 +183,7 @@ TEST_F(HalcyradTest, ListEndpointsShowsTheBssModeThatAnotherProcessSet) {
 // pointer in the next step: without any audio system the daemon process faults in Start.
 TEST_F(HalcyradTest, WithoutTheSimulatorLinuxHasNoAudioSystemAndTheSynchronizerFaultsInStart) {
   if (Testing::kRunningOnWindows) GTEST_SKIP() << "Windows has a system audio system to fall back on";
-  RunResult run = RunHalcyrad("--for 0 --no-simulate");
+  RunResult run = RunHalcyrad({"--for", "0", "--no-simulate"});
   EXPECT_NE(run.status, 0) << run.output;
   EXPECT_NE(run.output.find("ExtInfIssuePatcher::PatchSupportedDevices() : thrown exception"), std::string::npos)
       << run.output;

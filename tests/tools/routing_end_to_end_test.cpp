@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "platform/registry.h"
-#include "tests/platform/registry/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/support/platform_kind.h"
 #include "tests/support/temporary_registry_folder.h"
 
@@ -95,7 +95,7 @@ protected:
 TEST_F(RoutingEndToEndTest, TheRoutingValueAndTheVadEndpointsFollowEachOtherAcrossProcesses) {
   if (Testing::kRunningOnWindows) GTEST_SKIP() << "a fresh registry folder of its own exists on Linux only";
   ChildProcess daemon;
-  ASSERT_TRUE(daemon.Start("halcyrad", {"--for", "60", "--simulate"}));
+  ASSERT_TRUE(daemon.Start(HALCYRA_DAEMON, {"--for", "60", "--simulate"}));
 
   // At start the value exists with its default, and the VAD's endpoints are hidden to match.
   ASSERT_TRUE(Eventually([] { return Routing() == 0 && State(kVadRender) == 2 && State(kVadCapture) == 2; }))
@@ -106,23 +106,23 @@ TEST_F(RoutingEndToEndTest, TheRoutingValueAndTheVadEndpointsFollowEachOtherAcro
   ASSERT_FALSE(others.empty());
 
   // A writer sets the value: both VAD endpoints are shown.
-  RunTool("halcyra-data", {"set", "Profiles.bVacRoutingState", "true"});
+  RunTool(HALCYRA_DATA_TOOL, {"set", "Profiles.bVacRoutingState", "true"});
   EXPECT_TRUE(Eventually([] { return State(kVadRender) == 1 && State(kVadCapture) == 1; }));
   EXPECT_TRUE(Stays([] { return Routing() == 1 && State(kVadRender) == 1 && State(kVadCapture) == 1; }));
 
   // A person disables one VAD endpoint: the other follows, and the value is written back.
-  RunTool("halcyra-reg", {"add",
-                      "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio\\Render\\"
-                      "{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D01}",
-                      "/v", "DeviceState", "/t", "REG_DWORD", "/d", "2", "/f"});
+  RunTool(HALCYRA_REG_TOOL, {"add",
+                             "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio\\Render\\"
+                             "{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D01}",
+                             "/v", "DeviceState", "/t", "REG_DWORD", "/d", "2", "/f"});
   EXPECT_TRUE(Eventually([] { return State(kVadCapture) == 2 && Routing() == 0; }))
       << State(kVadCapture) << " " << Routing();
   EXPECT_TRUE(Stays([] { return Routing() == 0 && State(kVadRender) == 2 && State(kVadCapture) == 2; }));
 
   // A burst of values ends with the last.
-  RunTool("halcyra-data", {"set", "Profiles.bVacRoutingState", "true"});
-  RunTool("halcyra-data", {"set", "Profiles.bVacRoutingState", "false"});
-  RunTool("halcyra-data", {"set", "Profiles.bVacRoutingState", "true"});
+  RunTool(HALCYRA_DATA_TOOL, {"set", "Profiles.bVacRoutingState", "true"});
+  RunTool(HALCYRA_DATA_TOOL, {"set", "Profiles.bVacRoutingState", "false"});
+  RunTool(HALCYRA_DATA_TOOL, {"set", "Profiles.bVacRoutingState", "true"});
   EXPECT_TRUE(Eventually([] { return State(kVadRender) == 1 && State(kVadCapture) == 1; }));
 
   // The exchange settles, and no other endpoint was ever touched.

@@ -115,8 +115,8 @@ bool ParseOptions(int argc, char** argv, Options& options) {
       const char* text = value("--log-level");
       char* end = nullptr;
       long level = text == nullptr ? -1 : std::strtol(text, &end, 10);
-      if (text == nullptr || *end != 0 || level < 0 || level > 5) {
-        std::fprintf(stderr, "halcyrad: --log-level takes a level from 0 to 5\n");
+      if (text == nullptr || *end != 0 || level < 1 || level > 5) {
+        std::fprintf(stderr, "halcyrad: --log-level takes a level from 1 to 5\n");
         return false;
       }
       options.logLevel = static_cast<int>(level);

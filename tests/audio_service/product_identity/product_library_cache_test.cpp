@@ -10,6 +10,7 @@
 #include "platform/module.h"
 #include "platform/utf.h"
 #include "tests/audio_service/product_identity_fixture.h"
+#include "tests/support/program_folder.h"
 
 namespace {
 
@@ -17,11 +18,8 @@ using Platform::HMODULE;
 
 class ProductLibraryCacheTest : public Testing::ProductIdentityTest {};
 
-std::filesystem::path ProgramFolder() {
-  char16_t path[1024];
-  const Platform::DWORD length = Platform::GetModuleFileNameW(nullptr, path, 1024);
-  return std::filesystem::path(Platform::Utf16ToUtf8(std::u16string(path, length))).parent_path();
-}
+// The folder of this program, without its closing separator.
+std::filesystem::path ProgramFolder() { return std::filesystem::path(Testing::ProgramFolder()).parent_path(); }
 
 std::filesystem::path PathOf(const std::u16string& text) { return std::filesystem::path(Platform::Utf16ToUtf8(text)); }
 

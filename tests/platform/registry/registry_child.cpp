@@ -15,23 +15,18 @@
 
 #include "platform/registry.h"
 #include "platform/synchronization.h"
+#include "platform/utf.h"
 
 using namespace Platform;
 
 namespace {
-
-std::u16string Widen(const char* text) {
-  std::u16string out;
-  for (; *text != 0; ++text) out += static_cast<char16_t>(static_cast<unsigned char>(*text));
-  return out;
-}
 
 int Sequence(const std::u16string& key, long count) {
   for (long i = 0; i < count; ++i) {
     char name[32];
     std::snprintf(name, sizeof(name), "N%05ld", i);
     DWORD value = static_cast<DWORD>(i);
-    LSTATUS status = RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), Widen(name).c_str(), REG_DWORD, &value, 4);
+    LSTATUS status = RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), Platform::Utf8ToUtf16(name).c_str(), REG_DWORD, &value, 4);
     if (status != ERROR_SUCCESS) {
       std::printf("failed %ld %d\n", i, static_cast<int>(status));
       return 1;
@@ -82,7 +77,7 @@ int Watch(const std::u16string& key, long seconds) {
 
 int main(int argc, char** argv) {
   if (argc != 4) return 2;
-  std::u16string key = Widen(argv[2]);
+  std::u16string key = Platform::Utf8ToUtf16(argv[2]);
   long number = std::strtol(argv[3], nullptr, 10);
   if (std::strcmp(argv[1], "sequence") == 0) return Sequence(key, number);
   if (std::strcmp(argv[1], "writer") == 0) return Writer(key, number);

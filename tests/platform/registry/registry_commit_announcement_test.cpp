@@ -8,8 +8,9 @@
 #include "platform/registry.h"
 #include "platform/synchronization.h"
 #include "platform/unique_handle.h"
-#include "tests/platform/registry/child_process.h"
-#include "tests/platform/registry/registry_sandbox.h"
+#include "platform/utf.h"
+#include "tests/support/child_process.h"
+#include "tests/support/registry_sandbox.h"
 
 using namespace Platform;
 using Testing::ChildProcess;
@@ -36,7 +37,7 @@ protected:
 };
 
 TEST_F(RegistryCommitAnnouncementTest, WriterKilledRightAfterItsCommitStillSignalsTheWatchersOfOtherProcesses) {
-  const std::string key = Testing::Narrow(m_sandbox.RootPath()) + "\\Watched";
+  const std::string key = Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Watched";
   for (DWORD round = 1; round <= kRounds; ++round) {
     ASSERT_EQ(ERROR_SUCCESS, RegNotifyChangeKeyValue(m_watched.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, m_event.Get(),
                                                      TRUE));

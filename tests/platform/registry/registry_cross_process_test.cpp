@@ -15,8 +15,9 @@
 #include "platform/registry.h"
 #include "platform/synchronization.h"
 #include "platform/unique_handle.h"
-#include "tests/platform/registry/child_process.h"
-#include "tests/platform/registry/registry_sandbox.h"
+#include "platform/utf.h"
+#include "tests/support/child_process.h"
+#include "tests/support/registry_sandbox.h"
 #include "tests/support/platform_kind.h"
 
 using namespace Platform;
@@ -54,7 +55,7 @@ TEST_F(RegistryCrossProcessTest, WatchToolPrintsAChangeMadeByTheAddTool) {
   UniqueKey probe;
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Probe", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                                            probe.Put(), nullptr));
-  const std::string probeName = "HKEY_CURRENT_USER\\" + Testing::Narrow(m_sandbox.RootPath()) + "\\Probe";
+  const std::string probeName = "HKEY_CURRENT_USER\\" + Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Probe";
   ChildProcess watcher;
   ASSERT_TRUE(watcher.Start(HALCYRA_REG_TOOL, {"watch", m_sandbox.RootCommandPath() + "\\Probe", "/s"}));
   ASSERT_TRUE(WaitForLine(watcher, "Watching " + probeName));
@@ -82,7 +83,7 @@ TEST_F(RegistryCrossProcessTest, ChildWatchIsSignalledByAWriteOfThisProcess) {
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Watched", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                                            watched.Put(), nullptr));
   ChildProcess child;
-  std::string key = Testing::Narrow(m_sandbox.RootPath()) + "\\Watched";
+  std::string key = Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Watched";
   ASSERT_TRUE(child.Start(HALCYRA_REGISTRY_CHILD, {"watch", key, "10"}));
   ASSERT_TRUE(WaitForLine(child, "armed"));
   DWORD value = 1;
@@ -93,8 +94,8 @@ TEST_F(RegistryCrossProcessTest, ChildWatchIsSignalledByAWriteOfThisProcess) {
 }
 
 TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites) {
-  const std::string key = Testing::Narrow(m_sandbox.RootPath()) + "\\Killed";
-  const std::u16string wideKey = Testing::Widen(key);
+  const std::string key = Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Killed";
+  const std::u16string wideKey = Platform::Utf8ToUtf16(key);
   std::mt19937 random(std::random_device{}());
   for (int round = 0; round < 3; ++round) {
     LSTATUS cleared = RegDeleteTreeW(HKEY_CURRENT_USER, wideKey.c_str());
@@ -107,7 +108,7 @@ TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites
     auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     char targetName[16];
     std::snprintf(targetName, sizeof(targetName), "N%05u", target);
-    const std::u16string wideTarget = Testing::Widen(targetName);
+    const std::u16string wideTarget = Platform::Utf8ToUtf16(targetName);
     while (RegGetValueW(HKEY_CURRENT_USER, wideKey.c_str(), wideTarget.c_str(), RRF_RT_ANY, nullptr, nullptr, nullptr) !=
                ERROR_SUCCESS &&
            std::chrono::steady_clock::now() < deadline) {
@@ -131,7 +132,7 @@ TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites
       ASSERT_EQ(ERROR_SUCCESS, status);
       char expected[16];
       std::snprintf(expected, sizeof(expected), "N%05u", data);
-      EXPECT_EQ(Testing::Widen(expected), std::u16string(name, length));
+      EXPECT_EQ(Platform::Utf8ToUtf16(expected), std::u16string(name, length));
       EXPECT_EQ(REG_DWORD, type);
       numbers.insert(data);
     }
@@ -145,16 +146,16 @@ TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites
 }
 
 TEST_F(RegistryCrossProcessTest, FourWritersAndAWatcherLoseNothingInTenSeconds) {
-  const std::string base = Testing::Narrow(m_sandbox.RootPath()) + "\\Busy";
+  const std::string base = Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Busy";
   UniqueKey busy;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CURRENT_USER, Testing::Widen(base).c_str(), 0, nullptr, 0,
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CURRENT_USER, Platform::Utf8ToUtf16(base).c_str(), 0, nullptr, 0,
                                            KEY_ALL_ACCESS, nullptr, busy.Put(), nullptr));
   constexpr int kWriters = 4;
   auto readValues = [&] {
     std::map<int, DWORD> values;
     for (int i = 0; i < kWriters; ++i) {
       DWORD value = 0, size = 4;
-      std::u16string sub = u"W" + Testing::Widen(std::to_string(i));
+      std::u16string sub = u"W" + Platform::Utf8ToUtf16(std::to_string(i));
       if (RegGetValueW(busy.Get(), sub.c_str(), u"Value", RRF_RT_REG_DWORD, nullptr, &value, &size) == ERROR_SUCCESS) {
         values[i] = value;
       }
@@ -243,7 +244,7 @@ TEST_F(RegistryCrossProcessTest, ExportAndImportRoundTripThroughAFile) {
   // named after the sandbox's random key and removed at the end.
   const std::u16string& rootPath = m_sandbox.RootPath();
   const std::filesystem::path exportPath =
-      std::filesystem::temp_directory_path() / (Testing::Narrow(rootPath.substr(rootPath.rfind(u'\\') + 1)) + ".reg");
+      std::filesystem::temp_directory_path() / (Platform::Utf16ToUtf8(rootPath.substr(rootPath.rfind(u'\\') + 1)) + ".reg");
   struct RemoveAtEnd {
     std::filesystem::path path;
     ~RemoveAtEnd() {
@@ -285,7 +286,7 @@ TEST_F(RegistryCrossProcessTest, QueryToolPrintsValuesAndSubKeysAsRegDoes) {
   DWORD number = 0x123;
   ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(m_sandbox.Root(), u"Query", u"Test1", REG_SZ, hello, sizeof(hello)));
   ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(m_sandbox.Root(), u"Query", u"Test2", REG_DWORD, &number, 4));
-  const std::string name = "HKEY_CURRENT_USER\\" + Testing::Narrow(m_sandbox.RootPath()) + "\\Query";
+  const std::string name = "HKEY_CURRENT_USER\\" + Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Query";
   ChildProcess::Result result = ChildProcess::Run(HALCYRA_REG_TOOL, {"query", m_sandbox.RootCommandPath() + "\\Query"});
   EXPECT_EQ(0, result.exitCode);
   EXPECT_EQ("\n" + name + "\n    Test1    REG_SZ    Hello, World\n    Test2    REG_DWORD    0x123\n\n" + name +

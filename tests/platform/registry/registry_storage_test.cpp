@@ -10,7 +10,7 @@
 
 #include "platform/registry.h"
 #include "platform/unique_handle.h"
-#include "tests/platform/registry/registry_sandbox.h"
+#include "tests/support/registry_sandbox.h"
 #include "tests/support/debug_channel_capture.h"
 
 using namespace Platform;

@@ -5,7 +5,7 @@
 
 #include "foundation/built_in_types.h"
 #include "foundation/guid.h"
-#include "tests/platform/registry/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include "foundation/log.h"
 #include "platform/environment.h"
 #include "storage_system/registry/native_type_table.h"
-#include "tests/platform/registry/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
 #include "tests/support/system_text.h"
 #include "tests/support/wine.h"

@@ -80,39 +80,21 @@ Platform::DWORD WorkTrampoline(void* context) {
   return result;
 }
 
-}  // namespace
-
-// The linker sends the library's calls of these platform functions here (--wrap), and the
-// __real_ names to the platform's own.
-extern "C" {
-Platform::HANDLE __real__ZN8Platform12CreateEventWEPKNS_19SECURITY_ATTRIBUTESEiiPKDs(
-    const Platform::SECURITY_ATTRIBUTES* attributes, Platform::BOOL manualReset, Platform::BOOL initialState,
-    const char16_t* name);
-Platform::BOOL __real__ZN8Platform21CreateTimerQueueTimerEPPvS0_PFvS0_hES0_jjj(
-    Platform::HANDLE* newTimer, Platform::HANDLE timerQueue, Platform::WAITORTIMERCALLBACK callback, void* context,
-    Platform::DWORD dueTime, Platform::DWORD period, Platform::ULONG flags);
-Platform::BOOL __real__ZN8Platform21ChangeTimerQueueTimerEPvS0_jj(Platform::HANDLE timerQueue, Platform::HANDLE timer,
-                                                                 Platform::ULONG dueTime, Platform::ULONG period);
-Platform::BOOL __real__ZN8Platform21DeleteTimerQueueTimerEPvS0_S0_(Platform::HANDLE timerQueue, Platform::HANDLE timer,
-                                                                   Platform::HANDLE completionEvent);
-Platform::BOOL __real__ZN8Platform17QueueUserWorkItemEPFjPvES0_j(Platform::LPTHREAD_START_ROUTINE function,
-                                                                 void* context, Platform::ULONG flags);
-
-Platform::HANDLE __wrap__ZN8Platform12CreateEventWEPKNS_19SECURITY_ATTRIBUTESEiiPKDs(
-    const Platform::SECURITY_ATTRIBUTES* attributes, Platform::BOOL manualReset, Platform::BOOL initialState,
-    const char16_t* name) {
+// The probe's stand-ins for the platform's calls (see AddHooks). Each calls the platform's own
+// function by its name: inside a hook the seam lets the call through.
+Platform::HANDLE CreateEventHook(const Platform::SECURITY_ATTRIBUTES* attributes, Platform::BOOL manualReset,
+                                 Platform::BOOL initialState, const char16_t* name) {
   if (failNextCreateEvent) {
     failNextCreateEvent = false;
     Platform::SetLastError(Platform::ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
-  return __real__ZN8Platform12CreateEventWEPKNS_19SECURITY_ATTRIBUTESEiiPKDs(attributes, manualReset, initialState,
-                                                                            name);
+  return Platform::CreateEventW(attributes, manualReset, initialState, name);
 }
 
-Platform::BOOL __wrap__ZN8Platform21CreateTimerQueueTimerEPPvS0_PFvS0_hES0_jjj(
-    Platform::HANDLE* newTimer, Platform::HANDLE timerQueue, Platform::WAITORTIMERCALLBACK callback, void* context,
-    Platform::DWORD dueTime, Platform::DWORD period, Platform::ULONG flags) {
+Platform::BOOL CreateTimerHook(Platform::HANDLE* newTimer, Platform::HANDLE timerQueue,
+                               Platform::WAITORTIMERCALLBACK callback, void* context, Platform::DWORD dueTime,
+                               Platform::DWORD period, Platform::ULONG flags) {
   TimerRecord* record = nullptr;
   {
     std::lock_guard<std::mutex> lock(timerMutex);
@@ -123,8 +105,8 @@ Platform::BOOL __wrap__ZN8Platform21CreateTimerQueueTimerEPPvS0_PFvS0_hES0_jjj(
   record->context = context;
   record->dueTime = dueTime;
   record->armedAt = Clock::now().time_since_epoch().count();
-  const Platform::BOOL created = __real__ZN8Platform21CreateTimerQueueTimerEPPvS0_PFvS0_hES0_jjj(
-      newTimer, timerQueue, TimerTrampoline, record, dueTime + extraDueTime.load(), period, flags);
+  const Platform::BOOL created = Platform::CreateTimerQueueTimer(newTimer, timerQueue, TimerTrampoline, record,
+                                                                 dueTime + extraDueTime.load(), period, flags);
   if (created) {
     const Platform::DWORD error = Platform::GetLastError();
     record->handle = *newTimer;
@@ -142,8 +124,8 @@ Platform::BOOL __wrap__ZN8Platform21CreateTimerQueueTimerEPPvS0_PFvS0_hES0_jjj(
   return created;
 }
 
-Platform::BOOL __wrap__ZN8Platform21ChangeTimerQueueTimerEPvS0_jj(Platform::HANDLE timerQueue, Platform::HANDLE timer,
-                                                                 Platform::ULONG dueTime, Platform::ULONG period) {
+Platform::BOOL ChangeTimerHook(Platform::HANDLE timerQueue, Platform::HANDLE timer, Platform::ULONG dueTime,
+                               Platform::ULONG period) {
   if (failNextChangeTimer.exchange(false)) {
     TimerRecord* record = FindTimer(timer);
     failedChangeTimer = record != nullptr ? record->number : 0;
@@ -155,13 +137,11 @@ Platform::BOOL __wrap__ZN8Platform21ChangeTimerQueueTimerEPvS0_jj(Platform::HAND
     record->dueTime = dueTime;
     record->armedAt = Clock::now().time_since_epoch().count();
   }
-  return __real__ZN8Platform21ChangeTimerQueueTimerEPvS0_jj(timerQueue, timer, dueTime + extraDueTime.load(), period);
+  return Platform::ChangeTimerQueueTimer(timerQueue, timer, dueTime + extraDueTime.load(), period);
 }
 
-Platform::BOOL __wrap__ZN8Platform21DeleteTimerQueueTimerEPvS0_S0_(Platform::HANDLE timerQueue, Platform::HANDLE timer,
-                                                                   Platform::HANDLE completionEvent) {
-  const Platform::BOOL deleted =
-      __real__ZN8Platform21DeleteTimerQueueTimerEPvS0_S0_(timerQueue, timer, completionEvent);
+Platform::BOOL DeleteTimerHook(Platform::HANDLE timerQueue, Platform::HANDLE timer, Platform::HANDLE completionEvent) {
+  const Platform::BOOL deleted = Platform::DeleteTimerQueueTimer(timerQueue, timer, completionEvent);
   const Platform::DWORD error = Platform::GetLastError();
   if (deleted || error == static_cast<Platform::DWORD>(Platform::ERROR_IO_PENDING)) {
     --liveTimers;
@@ -171,14 +151,13 @@ Platform::BOOL __wrap__ZN8Platform21DeleteTimerQueueTimerEPvS0_S0_(Platform::HAN
   return deleted;
 }
 
-Platform::BOOL __wrap__ZN8Platform17QueueUserWorkItemEPFjPvES0_j(Platform::LPTHREAD_START_ROUTINE function,
-                                                                 void* context, Platform::ULONG flags) {
+Platform::BOOL QueueWorkHook(Platform::LPTHREAD_START_ROUTINE function, void* context, Platform::ULONG flags) {
   auto* record = new WorkRecord{function, context};
   {
     std::lock_guard<std::mutex> lock(workMutex);
     ++workQueued;
   }
-  if (__real__ZN8Platform17QueueUserWorkItemEPFjPvES0_j(WorkTrampoline, record, flags)) return Platform::TRUE;
+  if (Platform::QueueUserWorkItem(WorkTrampoline, record, flags)) return Platform::TRUE;
   const Platform::DWORD error = Platform::GetLastError();
   {
     std::lock_guard<std::mutex> lock(workMutex);
@@ -189,9 +168,18 @@ Platform::BOOL __wrap__ZN8Platform17QueueUserWorkItemEPFjPvES0_j(Platform::LPTHR
   Platform::SetLastError(error);
   return Platform::FALSE;
 }
-}
+
+}  // namespace
 
 namespace Testing::PoolProbe {
+
+void AddHooks(Platform::TestSeam::Hooks& hooks) {
+  hooks.createEventW = CreateEventHook;
+  hooks.createTimerQueueTimer = CreateTimerHook;
+  hooks.changeTimerQueueTimer = ChangeTimerHook;
+  hooks.deleteTimerQueueTimer = DeleteTimerHook;
+  hooks.queueUserWorkItem = QueueWorkHook;
+}
 
 std::int64_t LiveTimers() { return liveTimers.load(); }
 std::int64_t PeakTimers() { return peakTimers.load(); }

@@ -1,5 +1,5 @@
-// A probe between the storage code and the platform's pool, linked in with the linker's --wrap:
-// it counts the timer-queue timers alive in the process and tells which timer's callback is running
+// A probe between the storage code and the platform's pool, standing in the platform's test seam
+// (probe_installation.cpp installs it for the whole suite): it counts the timer-queue timers alive in the process and tells which timer's callback is running
 // on a thread, holds or counts work items, and can make the next CreateEventW of a thread or the
 // next ChangeTimerQueueTimer fail.
 #pragma once
@@ -8,9 +8,13 @@
 #include <cstdint>
 #include <optional>
 
+#include "platform/test_seam.h"
 #include "platform/thread_pool.h"
 
 namespace Testing::PoolProbe {
+
+// Puts the probe's stand-ins into `hooks`.
+void AddHooks(Platform::TestSeam::Hooks& hooks);
 
 // Timers created and not yet handed to a DeleteTimerQueueTimer that succeeded or left the timer to
 // go when its running callback ends.

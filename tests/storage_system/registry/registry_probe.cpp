@@ -16,31 +16,13 @@ bool IsKey8(Platform::HKEY key) {
   return reinterpret_cast<std::intptr_t>(key) == static_cast<std::intptr_t>(static_cast<std::int32_t>(0x80000008u));
 }
 
-}  // namespace
 
-// The linker sends the library's calls of these platform functions here (--wrap), and the
-// __real_ names to the platform's own.
-extern "C" {
-Platform::LSTATUS __real__ZN8Platform13RegOpenKeyExWEPNS_6HKEY__EPKDsjjPS1_(Platform::HKEY key, Platform::LPCWSTR subKey,
-                                                                        Platform::DWORD options,
-                                                                        Platform::REGSAM desired,
-                                                                        Platform::HKEY* result);
-Platform::LSTATUS __real__ZN8Platform11RegCloseKeyEPNS_6HKEY__E(Platform::HKEY key);
-Platform::LSTATUS __real__ZN8Platform15RegSetKeyValueWEPNS_6HKEY__EPKDsS3_jPKvj(Platform::HKEY key,
-                                                                             Platform::LPCWSTR subKey,
-                                                                             Platform::LPCWSTR valueName,
-                                                                             Platform::DWORD type, const void* data,
-                                                                             Platform::DWORD dataSize);
-
-Platform::LSTATUS __wrap__ZN8Platform13RegOpenKeyExWEPNS_6HKEY__EPKDsjjPS1_(Platform::HKEY key, Platform::LPCWSTR subKey,
-                                                                        Platform::DWORD options,
-                                                                        Platform::REGSAM desired,
-                                                                        Platform::HKEY* result) {
-  if (!IsKey8(key) || key8StandIn == nullptr) {
-    return __real__ZN8Platform13RegOpenKeyExWEPNS_6HKEY__EPKDsjjPS1_(key, subKey, options, desired, result);
-  }
-  const Platform::LSTATUS status =
-      __real__ZN8Platform13RegOpenKeyExWEPNS_6HKEY__EPKDsjjPS1_(key8StandIn, subKey, options, desired, result);
+// The probe's stand-ins for the platform's calls (see AddHooks). Each calls the platform's own
+// function by its name: inside a hook the seam lets the call through.
+Platform::LSTATUS OpenKeyHook(Platform::HKEY key, Platform::LPCWSTR subKey, Platform::DWORD options,
+                              Platform::REGSAM desired, Platform::HKEY* result) {
+  if (!IsKey8(key) || key8StandIn == nullptr) return Platform::RegOpenKeyExW(key, subKey, options, desired, result);
+  const Platform::LSTATUS status = Platform::RegOpenKeyExW(key8StandIn, subKey, options, desired, result);
   if (status == Platform::ERROR_SUCCESS) {
     key8HandleClosed = false;
     key8Handle = *result;
@@ -48,27 +30,31 @@ Platform::LSTATUS __wrap__ZN8Platform13RegOpenKeyExWEPNS_6HKEY__EPKDsjjPS1_(Plat
   return status;
 }
 
-Platform::LSTATUS __wrap__ZN8Platform11RegCloseKeyEPNS_6HKEY__E(Platform::HKEY key) {
-  const Platform::LSTATUS status = __real__ZN8Platform11RegCloseKeyEPNS_6HKEY__E(key);
+Platform::LSTATUS CloseKeyHook(Platform::HKEY key) {
+  const Platform::LSTATUS status = Platform::RegCloseKey(key);
   if (status == Platform::ERROR_SUCCESS && key != nullptr && key == key8Handle.load()) key8HandleClosed = true;
   return status;
 }
 
-Platform::LSTATUS __wrap__ZN8Platform15RegSetKeyValueWEPNS_6HKEY__EPKDsS3_jPKvj(Platform::HKEY key,
-                                                                             Platform::LPCWSTR subKey,
-                                                                             Platform::LPCWSTR valueName,
-                                                                             Platform::DWORD type, const void* data,
-                                                                             Platform::DWORD dataSize) {
+Platform::LSTATUS SetKeyValueHook(Platform::HKEY key, Platform::LPCWSTR subKey, Platform::LPCWSTR valueName,
+                                  Platform::DWORD type, const void* data, Platform::DWORD dataSize) {
   if (refuseNextLargeWrite && dataSize > largeWriteLimit) {
     refuseNextLargeWrite = false;
     refusedWriteSize = dataSize;
     return Platform::ERROR_NOACCESS;
   }
-  return __real__ZN8Platform15RegSetKeyValueWEPNS_6HKEY__EPKDsS3_jPKvj(key, subKey, valueName, type, data, dataSize);
-}
+  return Platform::RegSetKeyValueW(key, subKey, valueName, type, data, dataSize);
 }
 
+}  // namespace
+
 namespace Testing::RegistryProbe {
+
+void AddHooks(Platform::TestSeam::Hooks& hooks) {
+  hooks.regOpenKeyExW = OpenKeyHook;
+  hooks.regCloseKey = CloseKeyHook;
+  hooks.regSetKeyValueW = SetKeyValueHook;
+}
 
 void OpenKey8As(Platform::HKEY standIn) { key8StandIn = standIn; }
 Platform::HKEY Key8Handle() { return key8Handle.load(); }

@@ -1,11 +1,15 @@
-// A probe between the storage code and the platform's registry, linked in with the linker's
-// --wrap: it passes every call on, except that it can stand in for the registry in two corners that
+// A probe between the storage code and the platform's registry, standing in the platform's test
+// seam (probe_installation.cpp installs it for the whole suite): it passes every call on, except that it can stand in for the registry in two corners that
 // a real registry cannot show safely or at all.
 #pragma once
 
 #include "platform/registry.h"
+#include "platform/test_seam.h"
 
 namespace Testing::RegistryProbe {
+
+// Puts the probe's stand-ins into `hooks`.
+void AddHooks(Platform::TestSeam::Hooks& hooks);
 
 // The predefined key number 8 (0x80000008), which every registry refuses already when it is opened:
 // the calling thread's RegOpenKeyExW calls on it open `standIn` instead, so that the steps after

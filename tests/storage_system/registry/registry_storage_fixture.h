@@ -13,7 +13,7 @@
 #include "storage_system/storage_system.h"
 #include "storage_system/registry/open_parameters.h"
 #include "storage_system/registry/registry_value.h"
-#include "tests/platform/registry/registry_sandbox.h"
+#include "tests/support/registry_sandbox.h"
 #include "tests/support/debug_channel_capture.h"
 
 namespace Testing {

@@ -1,5 +1,6 @@
 // The registry storage system: opening on a predefined key and path, its properties, its
 // interfaces, closing, and the release handler.
+#include "platform/utf.h"
 #include "storage_system/registry/storage_system.h"
 
 #include "foundation/built_in_types.h"
@@ -33,7 +34,7 @@ TEST_F(StorageSystemTest, ReadOnAMissingKeyFailsWithTheSystemsText) {
   EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::CStoreDelegate::OpenOrCreateSubKey: RegOpenKeyExW "
                      "raised error 2: " + Testing::SystemText(Platform::ERROR_FILE_NOT_FOUND)))
       << capture.Text();
-  EXPECT_TRUE(Logged("Error while opening subkey '" + Testing::Narrow(sandbox.RootPath()) + "\\Missing' of Registry key 0x"));
+  EXPECT_TRUE(Logged("Error while opening subkey '" + Platform::Utf16ToUtf8(sandbox.RootPath()) + "\\Missing' of Registry key 0x"));
 }
 
 TEST_F(StorageSystemTest, CreateMakesTheMissingKey) {
@@ -96,7 +97,7 @@ TEST_F(StorageSystemTest, PropertiesOfTheRegistry) {
   EXPECT_EQ(registry->GetAccessMask(), 256u);
   EXPECT_EQ(registry->GetSecurityAttributes(), nullptr);
   EXPECT_EQ(registry->GetOptionFlags(), 0u);
-  EXPECT_EQ(Text(registry->GetRootText()), "HKEY_CURRENT_USER\\" + Testing::Narrow(sandbox.RootPath()) + "\\");
+  EXPECT_EQ(Text(registry->GetRootText()), "HKEY_CURRENT_USER\\" + Platform::Utf16ToUtf8(sandbox.RootPath()) + "\\");
 }
 
 TEST_F(StorageSystemTest, FloatAsStringSetsTheOptionWithANote) {

@@ -11,8 +11,9 @@
 
 #include "foundation/built_in_types.h"
 #include "foundation/log.h"
+#include "platform/utf.h"
 #include "storage_system/registry/store_delegate.h"
-#include "tests/platform/registry/child_process.h"
+#include "tests/support/child_process.h"
 #include "tests/storage_system/registry/pool_probe.h"
 #include "tests/storage_system/registry/registry_storage_fixture.h"
 
@@ -485,7 +486,7 @@ TEST_F(CrossProcessNotificationsTest, ValueWrittenByHalcyraRegReachesAMonitorOnA
 #endif
 
 TEST_F(CrossProcessNotificationsTest, TeardownUnderLoadOfAWriterProcess) {
-  const std::string key = Testing::Narrow(sandbox.RootPath()) + "\\watched\\load";
+  const std::string key = Platform::Utf16ToUtf8(sandbox.RootPath()) + "\\watched\\load";
   ChildProcess writer;
   ASSERT_TRUE(writer.Start(HALCYRA_REGISTRY_CHILD, {"writer", key, "120"}));
   Testing::PoolProbe::ResetPeakTimers();

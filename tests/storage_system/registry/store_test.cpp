@@ -1,5 +1,6 @@
 // Registry stores: opening and creating, names and absolute paths, enumeration, emptiness,
 // deletion, volatility, and the checks at the head of OpenValue.
+#include "platform/utf.h"
 #include "storage_system/registry/store.h"
 
 #include "foundation/built_in_types.h"
@@ -217,7 +218,7 @@ TEST_F(StoreTest, EnumValuesMovesToTheHeapForALongNameAndGivesTheSameItem) {
   Collector collector;
   ASSERT_EQ(storage->EnumValues(&collector), ErrorNone);
   std::sort(collector.names.begin(), collector.names.end());
-  EXPECT_EQ(collector.names, (std::vector<std::string>{Testing::Narrow(longName), "B"}));
+  EXPECT_EQ(collector.names, (std::vector<std::string>{Platform::Utf16ToUtf8(longName), "B"}));
 }
 
 TEST_F(StoreTest, EnumValuesEndsAtATypeWithoutANativeRow) {

@@ -4,6 +4,7 @@
 
 #include "platform/registry.h"
 #include "platform/utf.h"
+#include "tests/support/registry_bytes.h"
 #include "tests/tools/halcyra-reg/reg_tool_fixture.h"
 
 using namespace Platform;
@@ -16,16 +17,7 @@ using Testing::RegToolTest;
 const char* const kDone = "The operation completed successfully.\n";
 const char* const kInvalidSyntax = "ERROR: Invalid syntax.\nType \"REG ADD /?\" for usage.\n";
 
-// The bytes of a string value: UTF-16, terminated.
-Bytes StringBytes(const std::u16string& text) {
-  Bytes bytes;
-  for (char16_t c : text) {
-    bytes.push_back(static_cast<BYTE>(c & 0xFF));
-    bytes.push_back(static_cast<BYTE>(c >> 8));
-  }
-  bytes.insert(bytes.end(), {0, 0});
-  return bytes;
-}
+using Testing::StringBytes;
 
 class RegAddTest : public RegToolTest {
 protected:

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/utf.h"
+#include "tests/support/registry_bytes.h"
 
 namespace {
 
@@ -19,14 +20,7 @@ using Kind = RegStatement::Kind;
 const std::string kHeader = "Windows Registry Editor Version 5.00\n\n";
 const std::string kKey = "[HKEY_CURRENT_USER\\Software\\Test]\n";
 
-Bytes Utf16Bytes(std::u16string_view text) {
-  Bytes bytes;
-  for (char16_t c : text) {
-    bytes.push_back(static_cast<BYTE>(c & 0xFF));
-    bytes.push_back(static_cast<BYTE>(c >> 8));
-  }
-  return bytes;
-}
+using Testing::Utf16Bytes;
 
 // The values a file sets, by name, in order.
 std::vector<Value> SetValues(const RegFile& file) {

@@ -10,8 +10,9 @@
 #include <vector>
 
 #include "platform/registry.h"
-#include "tests/platform/registry/child_process.h"
-#include "tests/platform/registry/registry_sandbox.h"
+#include "platform/utf.h"
+#include "tests/support/child_process.h"
+#include "tests/support/registry_sandbox.h"
 
 namespace Testing {
 
@@ -31,12 +32,12 @@ protected:
 
   // The test's key on a command line ("HKCU\Software\HalcyraTests\<random>"), and as the tool prints it.
   std::string Key() const { return m_sandbox.RootCommandPath(); }
-  std::string FullKey() const { return "HKEY_CURRENT_USER\\" + Narrow(m_sandbox.RootPath()); }
+  std::string FullKey() const { return "HKEY_CURRENT_USER\\" + Platform::Utf16ToUtf8(m_sandbox.RootPath()); }
   Platform::HKEY Root() const { return m_sandbox.Root(); }
   // A name no other test uses, for what a test must put outside its key.
   std::string UniqueName() const {
     const std::u16string& path = m_sandbox.RootPath();
-    return "HalcyraTest" + Narrow(path.substr(path.rfind(u'\\') + 1));
+    return "HalcyraTest" + Platform::Utf16ToUtf8(path.substr(path.rfind(u'\\') + 1));
   }
 
   // A file of this test in the temporary folder, holding `bytes`; its path.

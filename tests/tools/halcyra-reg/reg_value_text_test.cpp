@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/utf.h"
+#include "tests/support/registry_bytes.h"
 
 namespace {
 
@@ -17,14 +18,7 @@ using Platform::DWORD;
 using Bytes = std::vector<BYTE>;
 using namespace std::string_literals;
 
-Bytes Utf16Bytes(std::u16string_view text) {
-  Bytes bytes;
-  for (char16_t c : text) {
-    bytes.push_back(static_cast<BYTE>(c & 0xFF));
-    bytes.push_back(static_cast<BYTE>(c >> 8));
-  }
-  return bytes;
-}
+using Testing::Utf16Bytes;
 
 // One /d case: the type, the data (absent: no /d), the separator, and what is stored (absent:
 // refused).

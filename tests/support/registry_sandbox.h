@@ -1,8 +1,8 @@
 // A throwaway place in the registry for one test, on both platforms.
 //
-// On Linux the whole registry moves to a fresh temporary folder first (HALCYRA_REGISTRY_ROOT), so
-// that tests never meet each other's or a person's keys; on Windows (and under Wine) the tests
-// share the machine's registry. On both, the test works below a fresh key
+// On Linux the whole registry moves to a fresh temporary folder first (a TemporaryRegistryFolder),
+// so that tests never meet each other's keys; on Windows (and under Wine) the tests share the
+// machine's registry. On both, the test works below a fresh key
 // <hive>\Software\HalcyraTests\<random> (HKEY_CURRENT_USER unless told otherwise), which the
 // sandbox deletes at the end.
 #pragma once
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/registry.h"
+#include "tests/support/temporary_registry_folder.h"
 
 namespace Testing {
 
@@ -34,24 +35,16 @@ public:
   // Whether the registry lives in a folder of files (Linux), so that the folder can be acted on.
   static bool HasRegistryFolder();
   // The registry folder of the sandbox (Linux only).
-  const std::string& Folder() const { return m_folder; }
+  const std::string& Folder() const { return m_folder.Path(); }
   // Drops every handle and hive of this process so that the next call opens the folder afresh;
   // with `bootId`, as if the machine had rebooted into that boot (Linux only).
   static void ReopenRegistry(const char* bootId = nullptr);
 
 private:
-  // Platform parts: make and remove the registry folder (nothing to do on Windows).
-  static std::string CreateRegistryFolder();
-  static void RemoveRegistryFolder(const std::string& folder);
-
-  std::string m_folder;
+  TemporaryRegistryFolder m_folder;
   Platform::HKEY m_hive;
   std::u16string m_rootPath;
   Platform::HKEY m_root = nullptr;
 };
-
-// Narrow text of a UTF-16 string (ASCII in tests).
-std::string Narrow(const std::u16string& text);
-std::u16string Widen(const std::string& text);
 
 }  // namespace Testing

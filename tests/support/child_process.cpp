@@ -2,7 +2,7 @@
 // the standard output and error, each drained by a thread of its own into a buffer, so that a
 // reader waits for text on a condition variable with a time limit and a child never blocks on a
 // full pipe.
-#include "tests/platform/registry/child_process.h"
+#include "tests/support/child_process.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -14,6 +14,7 @@
 #include "platform/synchronization.h"
 #include "platform/unique_handle.h"
 #include "platform/utf.h"
+#include "tests/support/program_folder.h"
 
 namespace Testing {
 namespace {
@@ -56,12 +57,7 @@ void AppendArgument(std::u16string& line, const std::string& argument) {
 // A bare file name names a program next to this test program; the build puts them all in one folder.
 std::u16string ProgramPath(const std::string& program) {
   if (program.find_first_of("/\\") != std::string::npos) return Utf8ToUtf16(program);
-  char16_t self[1024];
-  DWORD length = GetModuleFileNameW(nullptr, self, 1024);
-  std::u16string folder(self, length);
-  std::size_t slash = folder.find_last_of(u"/\\");
-  folder.resize(slash == std::u16string::npos ? 0 : slash + 1);
-  return folder + Utf8ToUtf16(program);
+  return Utf8ToUtf16(ProgramFolder() + program);
 }
 
 // The C runtime of a Windows child writes "\r\n" for each line end; both platforms give "\n".

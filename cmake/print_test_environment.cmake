@@ -1,0 +1,28 @@
+# Prints the environment of a test preset as shell assignments, one a line (NAME=value, the value
+# quoted for the shell), so that a script sets exactly what `ctest --preset NAME` sets.
+#
+#   cmake -DPRESET=mingw -DSOURCE_DIR=<checkout> -P cmake/print_test_environment.cmake
+file(READ ${SOURCE_DIR}/CMakePresets.json presets)
+string(JSON count LENGTH "${presets}" testPresets)
+math(EXPR last "${count} - 1")
+foreach(index RANGE ${last})
+  string(JSON name GET "${presets}" testPresets ${index} name)
+  if(NOT name STREQUAL PRESET)
+    continue()
+  endif()
+  string(JSON variables ERROR_VARIABLE missing GET "${presets}" testPresets ${index} environment)
+  if(missing)
+    return()
+  endif()
+  string(JSON variable_count LENGTH "${variables}")
+  math(EXPR variable_last "${variable_count} - 1")
+  foreach(variable_index RANGE ${variable_last})
+    string(JSON variable MEMBER "${variables}" ${variable_index})
+    string(JSON value GET "${variables}" ${variable})
+    string(REPLACE "\${sourceDir}" "${SOURCE_DIR}" value "${value}")
+    string(REPLACE "'" "'\\''" value "${value}")
+    message(NOTICE "${variable}='${value}'")
+  endforeach()
+  return()
+endforeach()
+message(FATAL_ERROR "no test preset ${PRESET}")
