@@ -10,8 +10,8 @@
 #                                                  corpora in the tree, keeping only inputs that
 #                                                  reach new code
 #
-# HALCYRA_JOBS sets the build parallelism (default: the number of processors). The fuzzers run
-# niced, one at a time.
+# HALCYRA_JOBS sets the build parallelism and how many fuzzers run at once (default: the number of
+# processors). The fuzzers run niced.
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -45,7 +45,23 @@ bin=$root/build/fuzz/bin
 findings=$root/build/fuzz/findings
 mkdir -p "$findings"
 
+# Runs one target on its corpus and writes what it concluded to $findings/<name>.report, and 0 or 1
+# to $findings/<name>.status.
+fuzz_one() {
+  local name=$1 seeds=$2 found=$3 report=$findings/$1.report
+  echo "== $name: $seconds s on $(find "$seeds" -type f | wc -l) seeds" >"$report"
+  if nice -n 10 "$bin/$name" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
+    -artifact_prefix="$findings/$name-" "$found" "$seeds" </dev/null 2>"$findings/$name.log"; then
+    grep -E '^stat::number_of_executed_units|^#[0-9]+.*DONE' "$findings/$name.log" | tail -n 2 >>"$report" || true
+    echo 0 >"$findings/$name.status"
+  else
+    { echo "   FINDING: see $findings/$name.log"; tail -n 40 "$findings/$name.log"; } >>"$report"
+    echo 1 >"$findings/$name.status"
+  fi
+}
+
 status=0
+ran=()
 for source in "${sources[@]}"; do
   name=$(basename "$source" .cpp)
   if (($# > 0)) && [[ " $* " != *" $name "* ]]; then
@@ -62,14 +78,17 @@ for source in "${sources[@]}"; do
     }
     continue
   fi
-  echo "== $name: $seconds s on $(find "$seeds" -type f | wc -l) seeds"
-  if nice -n 10 "$bin/$name" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
-    -artifact_prefix="$findings/$name-" "$found" "$seeds" </dev/null 2>"$findings/$name.log"; then
-    grep -E '^stat::number_of_executed_units|^#[0-9]+.*DONE' "$findings/$name.log" | tail -n 2 || true
-  else
-    echo "   FINDING: see $findings/$name.log"
-    tail -n 40 "$findings/$name.log"
-    status=1
-  fi
+  # As many targets at once as the build's parallelism, each on one processor.
+  while (($(jobs -rp | wc -l) >= jobs)); do
+    wait -n || true
+  done
+  rm -f "$findings/$name.status"
+  fuzz_one "$name" "$seeds" "$found" &
+  ran+=("$name")
+done
+wait
+for name in "${ran[@]}"; do
+  cat "$findings/$name.report"
+  [[ $(cat "$findings/$name.status" 2>/dev/null) == 0 ]] || status=1
 done
 exit "$status"
