@@ -18,9 +18,9 @@ using namespace DataSystem;
 // Each model is a function-local static: built once under the thread-safe initialization of
 // statics, and kept for the process's life.
 #define HALCYRA_VALUE_MODEL(function, type, id, name, defaultValue)        \
-  CValueModelT<type>& function() {                                          \
+  CValueModelT<type>& function() {                                         \
     static CValueModelT<type> model(Common::GUID(id), name, defaultValue); \
-    return model;                                                           \
+    return model;                                                          \
   }
 
 CStoreModel& DeviceRoutingDataSystemModel() {

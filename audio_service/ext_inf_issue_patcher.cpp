@@ -186,8 +186,8 @@ void WalkSupportedDevices(const Configuration& configuration, const std::functio
   // way out of the walk.
   ComInitializeScope apartment;
   ComPtr<IMMDeviceEnumerator> enumerator;
-  wil::ThrowIfFailed(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER,
-                                      IID_IMMDeviceEnumerator, enumerator.PutVoid()),
+  wil::ThrowIfFailed(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator,
+                                      enumerator.PutVoid()),
                      kSource, kCreateEnumeratorLine);
   ComPtr<IMMDeviceCollection> collection;
   wil::ThrowIfFailed(enumerator->EnumAudioEndpoints(eAll, kWalkedStates, collection.Put()), kSource,
@@ -205,17 +205,16 @@ void WalkSupportedDevices(const Configuration& configuration, const std::functio
 
 const ExtInfIssuePatcher::Texts& ExtInfIssuePatcher::ProductTexts() {
   // The last CLSID breaks the row's pattern (F4 where E5 would follow); it is the product's.
-  static const Texts texts{
-      {u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},5", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},6",
-       u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},11", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},12",
-       u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},13", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},14",
-       u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},19", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},20"},
-      {u"{670173E1-78CF-11E5-A837-0800200C9A66}", u"{670173E2-78CF-11E5-A837-0800200C9A66}",
-       u"{670173E3-78CF-11E5-A837-0800200C9A66}", u"{670173E4-78CF-11E5-A837-0800200C9A66}",
-       u"{670173F4-78CF-11E5-A837-0800200C9A66}"},
-      {{u"{F363DF17-A750-4AC3-B7B5-2BBEFFA9085F},11", kKindText, u"Quillon.Halcyra3", 0},
-       {u"{9b8844fe-1650-40e5-a5ea-11b8c83821a1},12", kKindText, u"Quillon.Halcyra3", 0},
-       {u"{8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369},0", kKindNumber, nullptr, 1}}};
+  static const Texts texts{{u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},5", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},6",
+                            u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},11", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},12",
+                            u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},13", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},14",
+                            u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},19", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},20"},
+                           {u"{670173E1-78CF-11E5-A837-0800200C9A66}", u"{670173E2-78CF-11E5-A837-0800200C9A66}",
+                            u"{670173E3-78CF-11E5-A837-0800200C9A66}", u"{670173E4-78CF-11E5-A837-0800200C9A66}",
+                            u"{670173F4-78CF-11E5-A837-0800200C9A66}"},
+                           {{u"{F363DF17-A750-4AC3-B7B5-2BBEFFA9085F},11", kKindText, u"Quillon.Halcyra3", 0},
+                            {u"{9b8844fe-1650-40e5-a5ea-11b8c83821a1},12", kKindText, u"Quillon.Halcyra3", 0},
+                            {u"{8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369},0", kKindNumber, nullptr, 1}}};
   return texts;
 }
 

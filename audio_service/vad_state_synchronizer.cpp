@@ -84,8 +84,9 @@ void VADStateSynchronizer::Start() {
     auto* value = static_cast<DataSystem::IValueT<bool>*>(m_routingValue->GetInterface(&DataSystem::IID_IValueBool));
     if (value != nullptr) static_cast<void>(value->Set(&show));
   }));
-  static_cast<void>(m_routingStateSubject.get_observable().debounce(kDebounce, workers).subscribe(
-      [this](bool show) { static_cast<void>(SetVadVisibility(show)); }));
+  static_cast<void>(m_routingStateSubject.get_observable().debounce(kDebounce, workers).subscribe([this](bool show) {
+    static_cast<void>(SetVadVisibility(show));
+  }));
 
   static_cast<void>(SetVadVisibility(ReadRoutingState()));
 }

@@ -45,7 +45,8 @@ template <class K, class V>
 // Appends `element` to a vector of pairs; only the first members are compared.
 template <class A, class B>
 [[nodiscard]] ErrorCode AddUnique(std::vector<std::pair<A*, B*>>& vector, const std::pair<A*, B*>& element) {
-  bool present = std::any_of(vector.begin(), vector.end(), [&](const auto& entry) { return entry.first == element.first; });
+  bool present =
+      std::any_of(vector.begin(), vector.end(), [&](const auto& entry) { return entry.first == element.first; });
   return Detail::AddUniqueCore(present, [&] { vector.push_back(element); });
 }
 

@@ -28,9 +28,7 @@ ErrorCode CDataSystem::Open(CDataSystem* dataSystem, IDataSystem** result) {
   return ErrorNone;
 }
 
-StorageSystem::ILock* CDataSystem::GetLock() {
-  return storageStore->GetStorageSystem()->GetProperties()->GetLock();
-}
+StorageSystem::ILock* CDataSystem::GetLock() { return storageStore->GetStorageSystem()->GetProperties()->GetLock(); }
 
 void CDataSystem::Destroy() {
   // The one place where a shared owner can drop its pointer before anything is torn down.

@@ -33,7 +33,8 @@ std::uint32_t ApplyFriendlyStorage(std::uint32_t flags) {
   std::uint32_t wanted = friendly ? kFriendlyStorageMask : 0;
   std::uint32_t present = flags & kFriendlyStorageMask;
   if (present == wanted) return flags;
-  LogWrite(LogLevelWarning, kLogTag, u"WARNING: friendly storage flags modified: 0x%X replaced by 0x%X", present, wanted);
+  LogWrite(LogLevelWarning, kLogTag, u"WARNING: friendly storage flags modified: 0x%X replaced by 0x%X", present,
+           wanted);
   return (flags & ~kFriendlyStorageMask) | wanted;
 }
 

@@ -22,5 +22,6 @@ inline constexpr Common::GUID IID_IValueGuid = Common::GuidLiteral("7DF7E773-3D0
 inline constexpr Common::GUID IID_IStorageSystemItem = Common::GuidLiteral("7610AA25-A8E7-475A-B633-D54C3A1D9399");
 inline constexpr Common::GUID IID_IStorageSystemStore = Common::GuidLiteral("7D9AA5B8-CFA0-4D10-A321-C69737913D53");
 inline constexpr Common::GUID IID_IStorageSystemValue = Common::GuidLiteral("EDC263A5-2E81-4146-AF27-BE3ED9748AA9");
-inline constexpr Common::GUID IID_IStorageSystemItemVector = Common::GuidLiteral("3E077F26-9A57-40CF-A418-82AAC5079439");
+inline constexpr Common::GUID IID_IStorageSystemItemVector =
+    Common::GuidLiteral("3E077F26-9A57-40CF-A418-82AAC5079439");
 }  // namespace DataSystem

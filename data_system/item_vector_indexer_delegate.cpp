@@ -52,12 +52,11 @@ public:
 };
 
 CItemVectorIndexerDelegate::CItemVectorIndexerDelegate(IItem* store, IModel* model, IItemFactory* factory)
-    : store(store),
-      indexSource(QueryItemInterface<IStorageSystemItemVector>(store, IID_IStorageSystemItemVector)),
-      model(model), factory(factory),
-      notificationsOn((store->GetDataSystem()->GetFlags() & DS_LOCAL_ON) == 0 ? 1 : 0) {
+    : store(store), indexSource(QueryItemInterface<IStorageSystemItemVector>(store, IID_IStorageSystemItemVector)),
+      model(model), factory(factory), notificationsOn((store->GetDataSystem()->GetFlags() & DS_LOCAL_ON) == 0 ? 1 : 0) {
   if (notificationsOn == 0) {
-    LogWrite(LogLevelWarning, kLogTag, u"WARNING: Item insert/release notifications are not supported yet in LOCAL_ON mode");
+    LogWrite(LogLevelWarning, kLogTag,
+             u"WARNING: Item insert/release notifications are not supported yet in LOCAL_ON mode");
   }
 }
 
@@ -142,7 +141,8 @@ ErrorCode CItemVectorIndexerDelegate::CreateInstance(std::uint64_t physicalIndex
     // DELIBERATE: the retry below never runs: the count starts at 0, so the first failure already
     // returns. It stays as the record of a retry policy that was never switched on.
     if (status == ErrorNone || attempts < 25) break;
-    LogWrite(LogLevelWarning, kLogTag, u"Failed to initialize new instance of item '%s', retrying...", model->GetName());
+    LogWrite(LogLevelWarning, kLogTag, u"Failed to initialize new instance of item '%s', retrying...",
+             model->GetName());
     Platform::Sleep(1);
     ++attempts;
   }

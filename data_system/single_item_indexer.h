@@ -13,7 +13,8 @@ template <class I>
 class CSingleItemIndexerT final : public CItemIndexerBase {
 public:
   // `model` is the child's model, `parent` the store; neither is counted.
-  CSingleItemIndexerT(typename I::ModelType* model, IItem* parent) : CItemIndexerBase(model, parent), item(model, parent) {}
+  CSingleItemIndexerT(typename I::ModelType* model, IItem* parent)
+      : CItemIndexerBase(model, parent), item(model, parent) {}
 
   std::uint64_t GetItemCount() override { return kNoIndex; }
   ErrorCode EnumItems(IItemEnumTarget* target) override {

@@ -32,7 +32,9 @@ public:
   [[nodiscard]] ErrorCode QueryAllocStorageSystemPath(std::u16string& path, StorageSystem::IStore** store,
                                                       IStore** place);
   // QueryAllocStorageSystemPath into the fields.
-  [[nodiscard]] ErrorCode InitStoragePath() { return QueryAllocStorageSystemPath(storagePath, &storageStore, &placeStore); }
+  [[nodiscard]] ErrorCode InitStoragePath() {
+    return QueryAllocStorageSystemPath(storagePath, &storageStore, &placeStore);
+  }
   void FreeStoragePath();
   // 0: the item is new and created; 1: it exists in storage already and is opened only.
   void SetStorageOpenMode(std::uint32_t mode);

@@ -155,7 +155,8 @@ ErrorCode CStorageSystemStoreDelegate::ScanIndexers(CStoreMonitorDispatchList* d
 void CStorageSystemStoreDelegate::OnStoreChange(std::uint32_t detail) {
   if (detail != 0) return;
   // Nobody waits for the result of a scan that storage started.
-  static_cast<void>(QueryItemInterface<IStoreInternal>(CItemDelegate::item, IID_IStoreInternal)->Scan(nullptr, nullptr));
+  static_cast<void>(
+      QueryItemInterface<IStoreInternal>(CItemDelegate::item, IID_IStoreInternal)->Scan(nullptr, nullptr));
 }
 
 ErrorCode CStorageSystemStoreDelegate::OpenWorkingStore(std::uint32_t flags, StorageSystem::IStore** result) {

@@ -121,7 +121,8 @@ ErrorCode CStoreDelegate::Attach(IItem* child) {
 }
 
 void CStoreDelegate::UnregisterIndexer(IItemIndexer* indexer) {
-  auto found = std::find_if(indexers.begin(), indexers.end(), [&](const auto& entry) { return entry.second == indexer; });
+  auto found =
+      std::find_if(indexers.begin(), indexers.end(), [&](const auto& entry) { return entry.second == indexer; });
   if (found != indexers.end()) indexers.erase(found);
 }
 
@@ -158,7 +159,9 @@ ErrorCode CStoreDelegate::Init() {
     if ((result = values[valueCount].second->Init()) != ErrorNone) break;
   }
   for (; result == ErrorNone && storeCount < stores.size(); ++storeCount) {
-    if ((result = QueryItemInterface<IInitializable>(stores[storeCount].first, IID_IInitializable)->Init()) != ErrorNone) break;
+    if ((result = QueryItemInterface<IInitializable>(stores[storeCount].first, IID_IInitializable)->Init()) !=
+        ErrorNone)
+      break;
   }
   for (auto entry = indexers.begin(); result == ErrorNone && entry != indexers.end(); ++entry) {
     ++indexerCount;
@@ -201,8 +204,8 @@ void CStoreDelegate::UpdatePath() {
 
 ErrorCode CStoreDelegate::GetItem(const char16_t* itemPath, IItem** result, bool addRef) {
   const char16_t* dot = std::char_traits<char16_t>::find(itemPath, std::char_traits<char16_t>::length(itemPath), u'.');
-  std::size_t segmentLength = dot != nullptr ? static_cast<std::size_t>(dot - itemPath)
-                                             : std::char_traits<char16_t>::length(itemPath);
+  std::size_t segmentLength =
+      dot != nullptr ? static_cast<std::size_t>(dot - itemPath) : std::char_traits<char16_t>::length(itemPath);
   char16_t segment[128];
   segmentLength = std::min<std::size_t>(segmentLength, 127);
   std::char_traits<char16_t>::copy(segment, itemPath, segmentLength);
@@ -395,8 +398,9 @@ ErrorCode CStoreDelegate::RegisterMonitor(IStoreMonitor* monitor, std::uint32_t 
     target = new (std::nothrow) CStoreMonitorAsyncAdapter(monitor);
     if (target == nullptr) {
       // DELIBERATE: the historical label of this report, a compiler-made lambda name included.
-      return RaiseError("DataSystem::CStoreDelegate::RegisterMonitorAsync::<lambda_33ddbd5da6205e0476af4f5991c4f4b2>::operator ()",
-                        ErrorOutOfMemory, nullptr);
+      return RaiseError(
+          "DataSystem::CStoreDelegate::RegisterMonitorAsync::<lambda_33ddbd5da6205e0476af4f5991c4f4b2>::operator ()",
+          ErrorOutOfMemory, nullptr);
     }
   } else {
     return RaiseError(kName, ErrorInvalidParameter, nullptr);
@@ -413,7 +417,8 @@ ErrorCode CStoreDelegate::RegisterMonitor(IStoreMonitor* monitor, std::uint32_t 
 ErrorCode CStoreDelegate::UnregisterMonitor(IStoreMonitor* monitor) {
   CLockGuard guard(lock);
   auto found = monitors.find(monitor);
-  if (found == monitors.end()) return RaiseError("DataSystem::CStoreDelegate::UnregisterMonitor", ErrorNotFound, nullptr);
+  if (found == monitors.end())
+    return RaiseError("DataSystem::CStoreDelegate::UnregisterMonitor", ErrorNotFound, nullptr);
   IStoreMonitor* target = found->second;
   auto listed = std::find(dispatchList.monitors.begin(), dispatchList.monitors.end(), target);
   if (listed != dispatchList.monitors.end()) dispatchList.monitors.erase(listed);
@@ -454,7 +459,9 @@ ErrorCode CStoreDelegate::Scan(CStoreMonitorDispatchList* dispatch, CNotificatio
   return result;
 }
 
-void CStoreDelegate::NotifyErased(CNotificationCompletionList* completion) { dispatchList.OnItemErase(item, completion); }
+void CStoreDelegate::NotifyErased(CNotificationCompletionList* completion) {
+  dispatchList.OnItemErase(item, completion);
+}
 
 std::uint64_t CStoreDelegate::GetItemIndex(IItem* child) {
   CLockGuard guard(lock);

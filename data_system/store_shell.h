@@ -38,10 +38,16 @@ public:
   ErrorCode InsertDefaultItemRef(Common::GUID model, IItem** item) override {
     return StoreDelegate().InsertDefaultItem(&model, item, true);
   }
-  ErrorCode GetItem(const ItemPathStep* step, IItem** item) override { return StoreDelegate().GetItem(step, item, false); }
+  ErrorCode GetItem(const ItemPathStep* step, IItem** item) override {
+    return StoreDelegate().GetItem(step, item, false);
+  }
   ErrorCode GetItem(const char16_t* path, IItem** item) override { return StoreDelegate().GetItem(path, item, false); }
-  ErrorCode GetItemRef(const ItemPathStep* step, IItem** item) override { return StoreDelegate().GetItem(step, item, true); }
-  ErrorCode GetItemRef(const char16_t* path, IItem** item) override { return StoreDelegate().GetItem(path, item, true); }
+  ErrorCode GetItemRef(const ItemPathStep* step, IItem** item) override {
+    return StoreDelegate().GetItem(step, item, true);
+  }
+  ErrorCode GetItemRef(const char16_t* path, IItem** item) override {
+    return StoreDelegate().GetItem(path, item, true);
+  }
   ErrorCode InsertDefaultItemByName(const char16_t* modelName, IItem** item) override {
     return StoreDelegate().InsertDefaultItem(modelName, item, false);
   }
@@ -64,7 +70,9 @@ public:
   ErrorCode Scan(CStoreMonitorDispatchList* dispatchList, CNotificationCompletionList* completionList) override {
     return StoreDelegate().Scan(dispatchList, completionList);
   }
-  void NotifyErased(CNotificationCompletionList* completionList) override { StoreDelegate().NotifyErased(completionList); }
+  void NotifyErased(CNotificationCompletionList* completionList) override {
+    StoreDelegate().NotifyErased(completionList);
+  }
   std::uint64_t GetItemIndex(IItem* item) override { return StoreDelegate().GetItemIndex(item); }
   std::uint64_t GetItemPhysicalIndex(IItem* item) override { return StoreDelegate().GetItemPhysicalIndex(item); }
   ErrorCode EraseItem(IItem* item) override { return StoreDelegate().EraseItem(item); }

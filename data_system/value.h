@@ -43,13 +43,21 @@ inline constexpr const Common::GUID& kValueInterfaceId<Common::GUID> = IID_IValu
 template <class T>
 const ITypeDescription* ValueTypeDescription() = delete;
 template <>
-inline const ITypeDescription* ValueTypeDescription<bool>() { return TypeOfBool(); }
+inline const ITypeDescription* ValueTypeDescription<bool>() {
+  return TypeOfBool();
+}
 template <>
-inline const ITypeDescription* ValueTypeDescription<std::uint32_t>() { return TypeOfUnsignedInt(); }
+inline const ITypeDescription* ValueTypeDescription<std::uint32_t>() {
+  return TypeOfUnsignedInt();
+}
 template <>
-inline const ITypeDescription* ValueTypeDescription<WideString>() { return TypeOfWideString(); }
+inline const ITypeDescription* ValueTypeDescription<WideString>() {
+  return TypeOfWideString();
+}
 template <>
-inline const ITypeDescription* ValueTypeDescription<Common::GUID>() { return TypeOfCommonGuid(); }
+inline const ITypeDescription* ValueTypeDescription<Common::GUID>() {
+  return TypeOfCommonGuid();
+}
 
 class IValue : public IItem {
 public:

@@ -39,8 +39,8 @@ public:
   // `model` is the value's model, `parent` its store; neither is counted. The last step lists the
   // value with its parent.
   CValueT(IValueModel* model, IItem* parent)
-      : m_delegate(this, model, parent),
-        m_writeLock(kIsString ? parent->GetDataSystem()->GetLock() : nullptr), m_model(model) {
+      : m_delegate(this, model, parent), m_writeLock(kIsString ? parent->GetDataSystem()->GetLock() : nullptr),
+        m_model(model) {
     this->RegisterInterfaceBase(IID_IValue, static_cast<IValue*>(this));
     this->RegisterInterfaceBase(kValueInterfaceId<T>, static_cast<IValueT<T>*>(this));
     this->RegisterInterfaceBase(IID_IStorageSystemItem, static_cast<IStorageSystemItem*>(this));
@@ -57,7 +57,8 @@ public:
   Pointer Get() override {
     auto& holder = m_holder;
     if constexpr (kIsString) {
-      if ((holder.cacheMode & CACHE_NONE) != 0) static_cast<void>(ReadString(holder.buffer, holder.capacity, holder.length));
+      if ((holder.cacheMode & CACHE_NONE) != 0)
+        static_cast<void>(ReadString(holder.buffer, holder.capacity, holder.length));
       if (holder.buffer == nullptr && (holder.cacheMode & CACHE_LAZY) != 0) {
         static_cast<void>(ReadString(holder.buffer, holder.capacity, holder.length));
       }
@@ -141,8 +142,8 @@ protected:
     std::uint32_t defaultSize = 0;
     const void* defaultData = GetDefaultBytes(&defaultSize);
     result = m_delegate.storageStore->OpenValue(m_delegate.storagePath.c_str(), &m_holder.storageValue,
-                                                m_delegate.accessWord | StorageSystem::SF_INHERIT,
-                                                m_delegate.GetType(), defaultData, defaultSize);
+                                                m_delegate.accessWord | StorageSystem::SF_INHERIT, m_delegate.GetType(),
+                                                defaultData, defaultSize);
     if (result != ErrorNone) {
       m_delegate.Uninit();
       return result;

@@ -37,8 +37,8 @@ public:
   using DefaultFunction = Value (*)(std::uint64_t index);
 
   // A literal default; for a wide string a static string (null: the empty string).
-  CValueModelT(const Common::GUID& guid, const char16_t* name, Value defaultValue,
-               Value minimum = DefaultMinimum(), Value maximum = DefaultMaximum())
+  CValueModelT(const Common::GUID& guid, const char16_t* name, Value defaultValue, Value minimum = DefaultMinimum(),
+               Value maximum = DefaultMaximum())
       : guid(guid), name(name), type(ValueTypeDescription<T>()), defaultIsLiteral(1), minimum(minimum),
         maximum(maximum) {
     m_literal = defaultValue;
@@ -90,12 +90,16 @@ public:
 
 private:
   static constexpr Value DefaultMinimum() {
-    if constexpr (kIsBounded<T>) return std::numeric_limits<T>::min();
-    else return Value{};
+    if constexpr (kIsBounded<T>)
+      return std::numeric_limits<T>::min();
+    else
+      return Value{};
   }
   static constexpr Value DefaultMaximum() {
-    if constexpr (kIsBounded<T>) return std::numeric_limits<T>::max();
-    else return Value{};
+    if constexpr (kIsBounded<T>)
+      return std::numeric_limits<T>::max();
+    else
+      return Value{};
   }
   // Twice the length and the terminator; 0 for a null string.
   static std::uint32_t ByteSize(const char16_t* text) {

@@ -43,10 +43,10 @@ const ITypeMember* const* GuidMembersOfPlatform() {
 
 }  // namespace
 
-#define HALCYRA_ARITHMETIC_TYPE(function, name, typeClass, traits, size)                  \
-  const ITypeDescription* function() {                                                     \
+#define HALCYRA_ARITHMETIC_TYPE(function, name, typeClass, traits, size)                      \
+  const ITypeDescription* function() {                                                        \
     static const CArithmeticTypeDescription description(name, typeClass, traits, size, size); \
-    return &description;                                                                   \
+    return &description;                                                                      \
   }
 
 HALCYRA_ARITHMETIC_TYPE(TypeOfBool, u"bool", kIntegerClass, kUnsignedTraits, 1)

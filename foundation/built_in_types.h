@@ -71,21 +71,75 @@ inline const ITypeDescription* TypeOfWcharPointer() { return TypeOfPointer<TypeO
 // `const char16_t*` as the wide string, and the two GUID layouts.
 template <class T>
 const ITypeDescription* TypeDescriptionOf() = delete;
-template <> inline const ITypeDescription* TypeDescriptionOf<bool>() { return TypeOfBool(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<char>() { return TypeOfChar(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<signed char>() { return TypeOfSignedChar(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<unsigned char>() { return TypeOfUnsignedChar(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<std::int16_t>() { return TypeOfShort(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<std::uint16_t>() { return TypeOfUnsignedShort(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<char16_t>() { return TypeOfUnsignedShort(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<std::int32_t>() { return TypeOfInt(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<std::uint32_t>() { return TypeOfUnsignedInt(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<std::int64_t>() { return TypeOfLongLong(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<std::uint64_t>() { return TypeOfUnsignedLongLong(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<float>() { return TypeOfFloat(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<double>() { return TypeOfDouble(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<char16_t*>() { return TypeOfWideString(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<const char16_t*>() { return TypeOfWideString(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<void*>() { return TypeOfBinary(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<Common::GUID>() { return TypeOfCommonGuid(); }
-template <> inline const ITypeDescription* TypeDescriptionOf<Platform::GUID>() { return TypeOfGuid(); }
+template <>
+inline const ITypeDescription* TypeDescriptionOf<bool>() {
+  return TypeOfBool();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<char>() {
+  return TypeOfChar();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<signed char>() {
+  return TypeOfSignedChar();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<unsigned char>() {
+  return TypeOfUnsignedChar();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<std::int16_t>() {
+  return TypeOfShort();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<std::uint16_t>() {
+  return TypeOfUnsignedShort();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<char16_t>() {
+  return TypeOfUnsignedShort();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<std::int32_t>() {
+  return TypeOfInt();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<std::uint32_t>() {
+  return TypeOfUnsignedInt();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<std::int64_t>() {
+  return TypeOfLongLong();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<std::uint64_t>() {
+  return TypeOfUnsignedLongLong();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<float>() {
+  return TypeOfFloat();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<double>() {
+  return TypeOfDouble();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<char16_t*>() {
+  return TypeOfWideString();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<const char16_t*>() {
+  return TypeOfWideString();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<void*>() {
+  return TypeOfBinary();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<Common::GUID>() {
+  return TypeOfCommonGuid();
+}
+template <>
+inline const ITypeDescription* TypeDescriptionOf<Platform::GUID>() {
+  return TypeOfGuid();
+}

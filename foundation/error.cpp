@@ -94,8 +94,8 @@ ErrorCode RaiseError(const char* functionName, ErrorCode code, const char16_t* f
 ErrorCode RaiseSystemError(const char* functionName, Platform::DWORD systemError, const char* apiName) {
   LogLockGuard lock;
   const char16_t* text = systemTextBuffer;
-  if (Platform::FormatMessageW(Platform::FORMAT_MESSAGE_FROM_SYSTEM | Platform::FORMAT_MESSAGE_IGNORE_INSERTS,
-                               nullptr, systemError, 1024, systemTextBuffer, kSystemTextCapacity, nullptr) == 0) {
+  if (Platform::FormatMessageW(Platform::FORMAT_MESSAGE_FROM_SYSTEM | Platform::FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                               systemError, 1024, systemTextBuffer, kSystemTextCapacity, nullptr) == 0) {
     text = u"Unknown system error";
   }
   if (apiName != nullptr) {

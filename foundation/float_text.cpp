@@ -26,8 +26,7 @@ std::size_t ExponentPosition(const FloatText& body) {
 int ExponentOf(const FloatText& body) {
   int exponent = 0;
   const std::size_t position = ExponentPosition(body);
-  std::from_chars(body.text + position + (body.text[position + 1] == '+' ? 2 : 1), body.text + body.length,
-                  exponent);
+  std::from_chars(body.text + position + (body.text[position + 1] == '+' ? 2 : 1), body.text + body.length, exponent);
   return exponent;
 }
 
@@ -35,8 +34,8 @@ int ExponentOf(const FloatText& body) {
 
 void FixedText(double magnitude, std::int64_t precision, bool alternate, FloatText& body) {
   const int capped = static_cast<int>(std::min<std::int64_t>(precision, kMaxFixedPrecision));
-  const auto result = std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude,
-                                    std::chars_format::fixed, capped);
+  const auto result =
+      std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude, std::chars_format::fixed, capped);
   body.length = static_cast<std::size_t>(result.ptr - body.text);
   body.extraZeros = static_cast<std::uint64_t>(precision - capped);
   if (alternate && precision == 0) {
@@ -47,8 +46,8 @@ void FixedText(double magnitude, std::int64_t precision, bool alternate, FloatTe
 
 void ScientificText(double magnitude, std::int64_t precision, bool alternate, FloatText& body) {
   const int capped = static_cast<int>(std::min<std::int64_t>(precision, kMaxScientificPrecision));
-  const auto result = std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude,
-                                    std::chars_format::scientific, capped);
+  const auto result =
+      std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude, std::chars_format::scientific, capped);
   body.length = static_cast<std::size_t>(result.ptr - body.text);
   body.extraZeros = static_cast<std::uint64_t>(precision - capped);
   body.zerosAt = ExponentPosition(body);

@@ -35,7 +35,7 @@ constexpr char32_t kReplacementCharacter = 0xFFFD;
 // written.
 template <typename Char>
 class BoundedOutput {
- public:
+public:
   BoundedOutput(Char* destination, std::size_t capacity) : m_destination(destination), m_limit(capacity - 1) {}
 
   // Appends one code unit; false once the text no longer fits.
@@ -71,7 +71,7 @@ class BoundedOutput {
   std::size_t Count() const { return m_count; }
   void Terminate() { m_destination[m_count] = 0; }
 
- private:
+private:
   Char* m_destination;
   std::size_t m_limit;
   std::size_t m_count = 0;
@@ -169,7 +169,7 @@ struct Directive {
 // the caller's stack for the one call.
 template <typename Char>
 class Formatter {
- public:
+public:
   using OtherChar = std::conditional_t<std::is_same_v<Char, char16_t>, char, char16_t>;
 
   Formatter(Char* destination, std::size_t capacity, va_list arguments) : m_output(destination, capacity) {
@@ -200,7 +200,7 @@ class Formatter {
     return static_cast<int>(m_output.Count());
   }
 
- private:
+private:
   static unsigned Unit(Char character) { return static_cast<std::make_unsigned_t<Char>>(character); }
   static bool IsDigit(Char character) { return character >= '0' && character <= '9'; }
 
@@ -396,8 +396,8 @@ class Formatter {
 
   // Writes a sign or prefix, then at least `precision` digits of `magnitude` (none for a zero with
   // precision 0), padded to the field width.
-  void WriteDigits(const Directive& directive, std::uint64_t magnitude, unsigned base, bool upper,
-                   const char* prefix, std::size_t prefixLength, std::int64_t precision) {
+  void WriteDigits(const Directive& directive, std::uint64_t magnitude, unsigned base, bool upper, const char* prefix,
+                   std::size_t prefixLength, std::int64_t precision) {
     const char* digitSet = upper ? "0123456789ABCDEF" : "0123456789abcdef";
     char reversed[64];
     std::size_t digitCount = 0;

@@ -14,9 +14,9 @@ ErrorCode GUID::StringToGuid(const char16_t* text, GUID& result) {
   if (text != nullptr && text[0] == u'{') ++text;
   Platform::DWORD data1 = 0;
   unsigned short fields[10] = {};
-  int scanned = ScanBounded(text, u"%8lX-%4hX-%4hX-%2hX%2hX-%2hX%2hX%2hX%2hX%2hX%2hX", &data1, &fields[0], &fields[1],
-                            &fields[2], &fields[3], &fields[4], &fields[5], &fields[6], &fields[7], &fields[8],
-                            &fields[9]);
+  int scanned =
+      ScanBounded(text, u"%8lX-%4hX-%4hX-%2hX%2hX-%2hX%2hX%2hX%2hX%2hX%2hX", &data1, &fields[0], &fields[1], &fields[2],
+                  &fields[3], &fields[4], &fields[5], &fields[6], &fields[7], &fields[8], &fields[9]);
   if (scanned != 11) {
     return RaiseError("Common::GUID::StringToGuid", ErrorInvalidParameter, u"Guid string bad format");
   }

@@ -19,8 +19,8 @@ struct GUID : Platform::GUID {
   constexpr GUID() : Platform::GUID{0, 0, 0, {0, 0, 0, 0, 0, 0, 0, 0}} {}
   constexpr GUID(const Platform::GUID& other) : Platform::GUID(other) {}
   constexpr GUID(Platform::DWORD data1, Platform::WORD data2, Platform::WORD data3, Platform::BYTE b0,
-                 Platform::BYTE b1, Platform::BYTE b2, Platform::BYTE b3, Platform::BYTE b4,
-                 Platform::BYTE b5, Platform::BYTE b6, Platform::BYTE b7)
+                 Platform::BYTE b1, Platform::BYTE b2, Platform::BYTE b3, Platform::BYTE b4, Platform::BYTE b5,
+                 Platform::BYTE b6, Platform::BYTE b7)
       : Platform::GUID{data1, data2, data3, {b0, b1, b2, b3, b4, b5, b6, b7}} {}
 
   // Parses `text` as StringToGuid does. On a bad text the failure is reported and the GUID stays

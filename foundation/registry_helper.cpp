@@ -19,10 +19,14 @@ ErrorCode RegistryHelper::SetDwValue(Platform::HKEY key, const char16_t* name, P
   Platform::LSTATUS status = Platform::RegSetValueExW(key, name, 0, Platform::REG_DWORD,
                                                       reinterpret_cast<const Platform::BYTE*>(&value), sizeof(value));
   switch (status) {
-    case Platform::ERROR_SUCCESS: return ErrorNone;
-    case Platform::ERROR_FILE_NOT_FOUND: return RaiseError(kFunction, ErrorNotFound, nullptr);
-    case Platform::ERROR_KEY_DELETED: return RaiseError(kFunction, ErrorUnavailable, nullptr);
-    default: return RaiseError(kFunction, ErrorCannotWrite, nullptr);
+    case Platform::ERROR_SUCCESS:
+      return ErrorNone;
+    case Platform::ERROR_FILE_NOT_FOUND:
+      return RaiseError(kFunction, ErrorNotFound, nullptr);
+    case Platform::ERROR_KEY_DELETED:
+      return RaiseError(kFunction, ErrorUnavailable, nullptr);
+    default:
+      return RaiseError(kFunction, ErrorCannotWrite, nullptr);
   }
 }
 

@@ -45,7 +45,7 @@ bool MatchesWord(const char16_t* text, std::size_t remaining, const char* word) 
 // The significant digits of a decimal field and the power of ten that scales them, gathered digit by
 // digit without bound on the field's length.
 class DecimalDigits {
- public:
+public:
   void Add(char16_t digit, bool inFraction) {
     if (m_count == 0 && digit == '0') {
       m_exponent -= inFraction ? 1 : 0;
@@ -71,7 +71,7 @@ class DecimalDigits {
       m_digits[m_count++] = '1';
       --m_exponent;
     }
-    const std::int64_t exponent = m_exponent < -kExponentLimit ? -kExponentLimit
+    const std::int64_t exponent = m_exponent < -kExponentLimit  ? -kExponentLimit
                                   : m_exponent > kExponentLimit ? kExponentLimit
                                                                 : m_exponent;
     char* end = m_digits + m_count;
@@ -84,7 +84,7 @@ class DecimalDigits {
     return value;
   }
 
- private:
+private:
   char m_digits[kMaxSignificantDigits + 32];
   std::size_t m_count = 0;
   std::int64_t m_exponent = 0;
@@ -124,7 +124,7 @@ enum class Outcome { Continue, Mismatch, EndOfText };
 // The scanning of one call: walks the format over the text, reads the target pointers and stores.
 // Lives on the caller's stack for the one call.
 class Scanner {
- public:
+public:
   Scanner(const char16_t* text, va_list arguments) : m_start(text), m_position(text) {
     va_copy(m_arguments.list, arguments);
   }
@@ -152,7 +152,7 @@ class Scanner {
     return outcome == Outcome::EndOfText && !m_converted ? -1 : m_assigned;
   }
 
- private:
+private:
   void SkipSpace() {
     while (IsSpace(*m_position)) {
       ++m_position;

@@ -15,11 +15,16 @@ constexpr std::size_t kDescriptorCapacity = 256;
 const char16_t* RightsText(Platform::DWORD rights) {
   if ((rights & 8) != 0) return u"GA";
   switch (rights) {
-    case 0: return nullptr;
-    case 1: return u"GR";
-    case 2: return u"GW";
-    case 3: return u"GRGW";
-    default: return u"";
+    case 0:
+      return nullptr;
+    case 1:
+      return u"GR";
+    case 2:
+      return u"GW";
+    case 3:
+      return u"GRGW";
+    default:
+      return u"";
   }
 }
 
@@ -70,8 +75,8 @@ CSecurityAttributes::CSecurityAttributes(Platform::DWORD users, Platform::DWORD 
   }
 
   char16_t descriptor[kDescriptorCapacity];
-  FormatBounded(descriptor, kDescriptorCapacity, u"D:%s%s%s%s%s", usersEntry, administratorsEntry,
-                localServiceEntry, localSystemEntry, packagesEntry);
+  FormatBounded(descriptor, kDescriptorCapacity, u"D:%s%s%s%s%s", usersEntry, administratorsEntry, localServiceEntry,
+                localSystemEntry, packagesEntry);
   if (Platform::ConvertStringSecurityDescriptorToSecurityDescriptorW(descriptor, Platform::SDDL_REVISION_1,
                                                                      &lpSecurityDescriptor, nullptr)) {
     attributes = this;

@@ -14,8 +14,9 @@ bool SameName(const char16_t* a, const char16_t* b) { return std::u16string_view
 bool CArithmeticTypeDescription::MatchCategory(const ITypeDescription* other, std::uint32_t flags) const {
   if (SameName(GetName(), other->GetName())) return true;
   if ((flags & TypeMatchArithmeticByForm) != 0) {
-    LogWrite(LogLevelMatch, kLogTag, u"Warning: arithmetic types are binary compatible but they are different (%s vs %s)",
-             GetName(), other->GetName());
+    LogWrite(LogLevelMatch, kLogTag,
+             u"Warning: arithmetic types are binary compatible but they are different (%s vs %s)", GetName(),
+             other->GetName());
     return true;
   }
   LogWrite(LogLevelMatch, kLogTag, u"Match error when comparing types %s and %s: type names are different", GetName(),
@@ -53,8 +54,8 @@ bool CClassTypeDescription::MatchCategory(const ITypeDescription* other, std::ui
     if (!(*own)->Match(*theirs, flags)) return false;
   }
   if (*own != nullptr) {
-    LogWrite(LogLevelMatch, kLogTag, u"Match error when comparing types %s and %s: member %s not found in %s", GetName(),
-             other->GetName(), (*own)->GetName(), other->GetName());
+    LogWrite(LogLevelMatch, kLogTag, u"Match error when comparing types %s and %s: member %s not found in %s",
+             GetName(), other->GetName(), (*own)->GetName(), other->GetName());
     return false;
   }
   if (*theirs != nullptr) {

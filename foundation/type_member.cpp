@@ -60,8 +60,9 @@ bool CTypeMember::Match(const ITypeMember* other, std::uint32_t flags) const {
     return false;
   }
   if (!m_type->Match(other->GetType(), flags)) {
-    LogWrite(LogLevelMatch, kLogTag, u"Match error when comparing members %s::%s and %s::%s: expected type %s, found %s",
-             ownerName, m_name, otherOwnerName, other->GetName(), m_type->GetName(), other->GetType()->GetName());
+    LogWrite(LogLevelMatch, kLogTag,
+             u"Match error when comparing members %s::%s and %s::%s: expected type %s, found %s", ownerName, m_name,
+             otherOwnerName, other->GetName(), m_type->GetName(), other->GetType()->GetName());
     return false;
   }
   return true;

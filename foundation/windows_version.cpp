@@ -12,6 +12,7 @@ bool IsWindowsVersionOrGreater6(Platform::WORD minor) {
   mask = Platform::VerSetConditionMask(mask, Platform::VER_MAJORVERSION, Platform::VER_GREATER_EQUAL);
   mask = Platform::VerSetConditionMask(mask, Platform::VER_MINORVERSION, Platform::VER_GREATER_EQUAL);
   mask = Platform::VerSetConditionMask(mask, Platform::VER_SERVICEPACKMAJOR, Platform::VER_GREATER_EQUAL);
-  return Platform::VerifyVersionInfoW(&info, Platform::VER_MAJORVERSION | Platform::VER_MINORVERSION |
-                                                 Platform::VER_SERVICEPACKMAJOR, mask) != Platform::FALSE;
+  return Platform::VerifyVersionInfoW(
+             &info, Platform::VER_MAJORVERSION | Platform::VER_MINORVERSION | Platform::VER_SERVICEPACKMAJOR, mask) !=
+         Platform::FALSE;
 }

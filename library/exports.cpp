@@ -57,8 +57,8 @@ ErrorCode HalcyraConfigureHost(const HalcyraHostSettings* settings) {
   LogSetSink(settings->sink);
   if (settings->logFilePath != nullptr) {
     std::FILE* file = std::fopen(settings->logFilePath, "a");
-    if (file == nullptr) return RaiseError("HalcyraConfigureHost", ErrorCannotOpen, u"Cannot open the log file %S",
-                                           settings->logFilePath);
+    if (file == nullptr)
+      return RaiseError("HalcyraConfigureHost", ErrorCannotOpen, u"Cannot open the log file %S", settings->logFilePath);
     LogSetFile(file);
   }
   return ErrorNone;

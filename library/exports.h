@@ -17,10 +17,10 @@
 
 // What a host sets before the first log call. The library never sets any of these itself.
 struct HalcyraHostSettings {
-  std::uint32_t size;              // sizeof(HalcyraHostSettings)
-  std::int32_t logLevel;           // the log's level (the default is 2)
-  ILogSink* sink;                  // receives finished lines; not owned; may be null
-  const char* logFilePath;         // UTF-8 path of a log file to append to; null for none
+  std::uint32_t size;                           // sizeof(HalcyraHostSettings)
+  std::int32_t logLevel;                        // the log's level (the default is 2)
+  ILogSink* sink;                               // receives finished lines; not owned; may be null
+  const char* logFilePath;                      // UTF-8 path of a log file to append to; null for none
   Platform::DebugChannelHook debugChannelHook;  // receives the debug channel; null for the default
   void* debugChannelContext;
   // The host's class table (its Platform::GetProcessClassObject), asked by the library's

@@ -28,7 +28,8 @@ IDynamicModule* CDynamicModuleManager::GetDynamicModuleM(Daemon::IModule* module
     handles.emplace(key, std::move(handle));
     return result;
   } catch (const std::bad_alloc&) {
-    static_cast<void>(RaiseError("DynamicModuleHost::CDynamicModuleManager::GetDynamicModuleM", ErrorOutOfMemory, nullptr));
+    static_cast<void>(
+        RaiseError("DynamicModuleHost::CDynamicModuleManager::GetDynamicModuleM", ErrorOutOfMemory, nullptr));
     return nullptr;
   }
 }

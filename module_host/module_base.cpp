@@ -111,8 +111,8 @@ void* AModule::GetExtension(std::int32_t code) {
     case 1:
       return GetEventListener();
     default:
-      static_cast<void>(RaiseError("Daemon::AModule::GetExtension", ErrorInvalidParameter,
-                                   u"Asking for unknown extension %d", code));
+      static_cast<void>(
+          RaiseError("Daemon::AModule::GetExtension", ErrorInvalidParameter, u"Asking for unknown extension %d", code));
       return nullptr;
   }
 }

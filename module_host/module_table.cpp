@@ -29,7 +29,8 @@ IDynamicModule* CreateModuleInTable(const SModuleTableRow* table, const char16_t
   const bool wildcard = name == nullptr || EqualIgnoringCase(name, u"*");
   IDynamicModule* first = table[0].module;
   if (first == nullptr) {
-    static_cast<void>(RaiseError("DynamicModuleHost::CreateModule", ErrorNotFound, u"Could not found daemon module %s", name));
+    static_cast<void>(
+        RaiseError("DynamicModuleHost::CreateModule", ErrorNotFound, u"Could not found daemon module %s", name));
     return nullptr;
   }
   if (wildcard) return first;
@@ -64,8 +65,8 @@ ErrorCode GetModuleNamesInTable(const SModuleTableRow* table, char16_t* names, s
 ErrorCode GetCLSIDInTable(const SModuleTableRow* table, Common::GUID* clsid, const char16_t* name) {
   IDynamicModule* first = table[0].module;
   if (first == nullptr) {
-    return RaiseError("DynamicModuleHost::GetCLSIDFromModuleName", ErrorNotFound, u"Could not found module with name %s",
-                      name);
+    return RaiseError("DynamicModuleHost::GetCLSIDFromModuleName", ErrorNotFound,
+                      u"Could not found module with name %s", name);
   }
   // DELIBERATE: the row advances at each miss while the comparison stays on row 0, so a foreign
   // name never returns; the rows beyond are never read. The row is volatile so that each round

@@ -31,12 +31,12 @@ struct IStream;
 // Custom marshaling; objects that are free-threaded forward it to the free-threaded marshaler.
 class IMarshal : public IUnknown {
 public:
-  virtual HRESULT GetUnmarshalClass(REFIID iid, void* object, DWORD destinationContext, void* reserved,
-                                    DWORD flags, CLSID* clsid) = 0;
-  virtual HRESULT GetMarshalSizeMax(REFIID iid, void* object, DWORD destinationContext, void* reserved,
-                                    DWORD flags, DWORD* size) = 0;
-  virtual HRESULT MarshalInterface(IStream* stream, REFIID iid, void* object, DWORD destinationContext,
-                                   void* reserved, DWORD flags) = 0;
+  virtual HRESULT GetUnmarshalClass(REFIID iid, void* object, DWORD destinationContext, void* reserved, DWORD flags,
+                                    CLSID* clsid) = 0;
+  virtual HRESULT GetMarshalSizeMax(REFIID iid, void* object, DWORD destinationContext, void* reserved, DWORD flags,
+                                    DWORD* size) = 0;
+  virtual HRESULT MarshalInterface(IStream* stream, REFIID iid, void* object, DWORD destinationContext, void* reserved,
+                                   DWORD flags) = 0;
   virtual HRESULT UnmarshalInterface(IStream* stream, REFIID iid, void** object) = 0;
   virtual HRESULT ReleaseMarshalData(IStream* stream) = 0;
   virtual HRESULT DisconnectObject(DWORD reserved) = 0;

@@ -31,11 +31,15 @@ constexpr LONG ERROR_NOACCESS = 998;
 constexpr LONG ERROR_DATATYPE_MISMATCH = 1629;
 
 // Predefined keys, with the values Windows gives them.
-inline HKEY const HKEY_CLASSES_ROOT = reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000000u)));
-inline HKEY const HKEY_CURRENT_USER = reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000001u)));
-inline HKEY const HKEY_LOCAL_MACHINE = reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000002u)));
+inline HKEY const HKEY_CLASSES_ROOT =
+    reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000000u)));
+inline HKEY const HKEY_CURRENT_USER =
+    reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000001u)));
+inline HKEY const HKEY_LOCAL_MACHINE =
+    reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000002u)));
 inline HKEY const HKEY_USERS = reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000003u)));
-inline HKEY const HKEY_CURRENT_CONFIG = reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000005u)));
+inline HKEY const HKEY_CURRENT_CONFIG =
+    reinterpret_cast<HKEY>(static_cast<std::intptr_t>(static_cast<LONG>(0x80000005u)));
 
 // Value types.
 constexpr DWORD REG_NONE = 0;
@@ -67,10 +71,10 @@ constexpr REGSAM KEY_EXECUTE = 0x20019;
 constexpr REGSAM KEY_ALL_ACCESS = 0xF003F;
 // The combinations this system asks for, named here rather than written as numbers where they are
 // used. They are ours, not names of the Windows headers; the 64 ones open the 64-bit view.
-constexpr REGSAM kKeyReadWrite = KEY_READ | KEY_WRITE;                         // 0x2001F
-constexpr REGSAM kKeyRead64 = KEY_READ | KEY_WOW64_64KEY;                      // 0x20119
-constexpr REGSAM kKeyWrite64 = KEY_WRITE | KEY_WOW64_64KEY;                    // 0x20106
-constexpr REGSAM kKeyReadWrite64 = KEY_READ | KEY_WRITE | KEY_WOW64_64KEY;     // 0x2011F (131359)
+constexpr REGSAM kKeyReadWrite = KEY_READ | KEY_WRITE;                      // 0x2001F
+constexpr REGSAM kKeyRead64 = KEY_READ | KEY_WOW64_64KEY;                   // 0x20119
+constexpr REGSAM kKeyWrite64 = KEY_WRITE | KEY_WOW64_64KEY;                 // 0x20106
+constexpr REGSAM kKeyReadWrite64 = KEY_READ | KEY_WRITE | KEY_WOW64_64KEY;  // 0x2011F (131359)
 constexpr REGSAM MAXIMUM_ALLOWED = 0x02000000;
 constexpr REGSAM GENERIC_ALL = 0x10000000;
 constexpr REGSAM GENERIC_EXECUTE = 0x20000000;
@@ -119,24 +123,19 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM desired, H
 // Creates every missing key of the path (volatile ones with REG_OPTION_VOLATILE; below a volatile
 // key only volatile ones: ERROR_CHILD_MUST_BE_VOLATILE) and opens the last. The class and the
 // security descriptor of the attributes are kept with the keys created.
-LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass, DWORD options,
-                        REGSAM desired, const SECURITY_ATTRIBUTES* securityAttributes, HKEY* result,
-                        DWORD* disposition);
+LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR keyClass, DWORD options, REGSAM desired,
+                        const SECURITY_ATTRIBUTES* securityAttributes, HKEY* result, DWORD* disposition);
 LSTATUS RegCloseKey(HKEY key);
 
 // Reads a value (below `subKey` when given) as Windows does: `flags` must restrict the type
 // (RRF_RT_*; ERROR_UNSUPPORTED_TYPE outside it, with the data still copied), REG_EXPAND_SZ is
 // expanded to REG_SZ unless RRF_NOEXPAND, strings come back terminated, a small buffer gives
 // ERROR_MORE_DATA with the size needed, and RRF_ZEROONFAILURE clears the buffer on any failure.
-LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, DWORD* type, void* data,
-                     DWORD* dataSize);
-LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, DWORD* reserved, DWORD* type, BYTE* data,
-                         DWORD* dataSize);
-LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, const BYTE* data,
-                       DWORD dataSize);
+LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, DWORD* type, void* data, DWORD* dataSize);
+LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, DWORD* reserved, DWORD* type, BYTE* data, DWORD* dataSize);
+LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, const BYTE* data, DWORD dataSize);
 // Sets a value of the key at `subKey`, which is created (not volatile) when missing.
-LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type, const void* data,
-                        DWORD dataSize);
+LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type, const void* data, DWORD dataSize);
 
 // Deletes the key at `subKey` with its subtree; with no `subKey`, everything below `key` and its
 // values, the key itself staying.
@@ -148,25 +147,23 @@ LSTATUS RegDeleteValueW(HKEY key, LPCWSTR valueName);
 
 // Sub-keys come in the order of their upper-case names, values in the order they were created.
 // Past the end: ERROR_NO_MORE_ITEMS. A name that does not fit: ERROR_MORE_DATA.
-LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, DWORD* nameLength, DWORD* reserved,
-                      LPWSTR keyClass, DWORD* classLength, FILETIME* lastWriteTime);
+LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, DWORD* nameLength, DWORD* reserved, LPWSTR keyClass,
+                      DWORD* classLength, FILETIME* lastWriteTime);
 LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD nameLength);
-LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR valueName, DWORD* valueNameLength,
-                      DWORD* reserved, DWORD* type, BYTE* data, DWORD* dataSize);
+LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR valueName, DWORD* valueNameLength, DWORD* reserved, DWORD* type,
+                      BYTE* data, DWORD* dataSize);
 // A class buffer (`keyClass`) with `*classLength` 0 is left alone and the length given as 0; one
 // too small for the class and its terminator gives ERROR_INSUFFICIENT_BUFFER.
-LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, DWORD* classLength, DWORD* reserved,
-                         DWORD* subKeys, DWORD* maxSubKeyLength, DWORD* maxClassLength,
-                         DWORD* values, DWORD* maxValueNameLength, DWORD* maxValueLength,
-                         DWORD* securityDescriptorLength, FILETIME* lastWriteTime);
+LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, DWORD* classLength, DWORD* reserved, DWORD* subKeys,
+                         DWORD* maxSubKeyLength, DWORD* maxClassLength, DWORD* values, DWORD* maxValueNameLength,
+                         DWORD* maxValueLength, DWORD* securityDescriptorLength, FILETIME* lastWriteTime);
 
 // Arms a one-shot watch: `event` is signalled at the first change (of the kinds in `filter`) to the
 // key, or its subtree when `watchSubtree`, made after this call by any process. Must be called
 // again for the next one. Deleting the key or closing `key` signals it too. Off Windows every watch
 // is thread-agnostic: REG_NOTIFY_THREAD_AGNOSTIC is accepted and changes nothing. With
 // `asynchronous` false the call waits for the change itself.
-LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDLE event,
-                                BOOL asynchronous);
+LSTATUS RegNotifyChangeKeyValue(HKEY key, BOOL watchSubtree, DWORD filter, HANDLE event, BOOL asynchronous);
 
 // Returns when every change committed to the key's hive, by any process, is on the disk. Other
 // calls make a change durable against the end of a process when they return, and against a power
@@ -175,7 +172,6 @@ LSTATUS RegFlushKey(HKEY key);
 
 // Keeps `securityDescriptor` (self-relative) with the key. Off Windows descriptors are data only:
 // nothing checks access against them.
-LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION information,
-                          PSECURITY_DESCRIPTOR securityDescriptor);
+LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION information, PSECURITY_DESCRIPTOR securityDescriptor);
 
 }  // namespace Platform

@@ -26,10 +26,9 @@ constexpr LONG ERROR_UNKNOWN_REVISION = 1305;
 
 // Builds a SID from an authority and up to eight sub-authorities (the first `subAuthorityCount` of
 // them count). The caller frees it with FreeSid. Returns FALSE with the last error on failure.
-BOOL AllocateAndInitializeSid(const SID_IDENTIFIER_AUTHORITY* authority, BYTE subAuthorityCount,
-                              DWORD subAuthority0, DWORD subAuthority1, DWORD subAuthority2,
-                              DWORD subAuthority3, DWORD subAuthority4, DWORD subAuthority5,
-                              DWORD subAuthority6, DWORD subAuthority7, PSID* sid);
+BOOL AllocateAndInitializeSid(const SID_IDENTIFIER_AUTHORITY* authority, BYTE subAuthorityCount, DWORD subAuthority0,
+                              DWORD subAuthority1, DWORD subAuthority2, DWORD subAuthority3, DWORD subAuthority4,
+                              DWORD subAuthority5, DWORD subAuthority6, DWORD subAuthority7, PSID* sid);
 // Whether `sid` is a SID of revision 1 with at most 15 sub-authorities; FALSE for null.
 BOOL IsValidSid(PSID sid);
 // Frees a SID from AllocateAndInitializeSid. Returns null.
@@ -48,8 +47,7 @@ void* FreeSid(PSID sid);
 // CO CG AN BG PU SU NU RC OW ...). Codes are upper case. Domain-relative abbreviations (DA, DU,
 // ...) and object entries are refused.
 BOOL ConvertStringSecurityDescriptorToSecurityDescriptorW(LPCWSTR text, DWORD revision,
-                                                          PSECURITY_DESCRIPTOR* descriptor,
-                                                          ULONG* descriptorSize);
+                                                          PSECURITY_DESCRIPTOR* descriptor, ULONG* descriptorSize);
 
 // Writes the text of the parts of `descriptor` chosen by `information` (OWNER_, GROUP_, DACL_,
 // SACL_SECURITY_INFORMATION) to `text`, freed by the caller with LocalFree; the buffer's size in

@@ -19,8 +19,7 @@ constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
 // registered wait) per signal and resets itself. Named events are not supported off Windows: a
 // `name` fails with ERROR_INVALID_PARAMETER. `attributes` is ignored off Windows. Returns null with
 // the last error set on failure.
-HANDLE CreateEventW(const SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initialState,
-                    LPCWSTR name);
+HANDLE CreateEventW(const SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initialState, LPCWSTR name);
 // Return FALSE with ERROR_INVALID_HANDLE for a handle that is not an open event.
 BOOL SetEvent(HANDLE event);
 BOOL ResetEvent(HANDLE event);

@@ -19,7 +19,7 @@ void SetLastError(DWORD error);
 // Returns the number of characters written without the terminator, or 0 with the last error set:
 // ERROR_MR_MID_NOT_FOUND (317) for a number without text, ERROR_INSUFFICIENT_BUFFER for a small
 // buffer, ERROR_INVALID_PARAMETER for other flags. Thread-safe.
-DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD languageId, LPWSTR buffer,
-                     DWORD size, va_list* arguments);
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD languageId, LPWSTR buffer, DWORD size,
+                     va_list* arguments);
 
 }  // namespace Platform

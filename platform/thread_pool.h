@@ -26,15 +26,16 @@ constexpr ULONG WT_EXECUTEINPERSISTENTTHREAD = 0x00000080;
 // to `newWaitObject`, and must be released by UnregisterWaitEx even after a WT_EXECUTEONLYONCE
 // wait fired. The other WT_ flags are accepted; off Windows they change nothing. Returns FALSE
 // with ERROR_INVALID_HANDLE for an object that cannot be waited on.
-BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback,
-                                 void* context, ULONG milliseconds, ULONG flags);
+BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback, void* context,
+                                 ULONG milliseconds, ULONG flags);
 
 // Ends a registered wait; no new callback starts once the call begins. `completionEvent` null:
 // returns at once, FALSE with ERROR_IO_PENDING while a callback is still running (the wait is ended
 // all the same). INVALID_HANDLE_VALUE: waits until running callbacks have returned; a callback of
 // this same wait cannot wait for itself, so there the call waits for the others only and returns
 // FALSE with ERROR_IO_PENDING. An event: signalled once running callbacks have returned; the call
-// returns TRUE when none runs (the event is then signalled at once), else FALSE with ERROR_IO_PENDING. ERROR_INVALID_HANDLE for a wait handle that is not open.
+// returns TRUE when none runs (the event is then signalled at once), else FALSE with ERROR_IO_PENDING.
+// ERROR_INVALID_HANDLE for a wait handle that is not open.
 BOOL UnregisterWaitEx(HANDLE waitHandle, HANDLE completionEvent);
 
 // Runs `function` once on a pool thread. The WT_ flags (WT_EXECUTEINPERSISTENTTHREAD among them)
@@ -45,8 +46,8 @@ BOOL QueueUserWorkItem(LPTHREAD_START_ROUTINE function, void* context, ULONG fla
 // `timerOrWaitFired` true after `dueTime` milliseconds, then every `period` milliseconds; a `period`
 // of 0 fires once (WT_EXECUTEONLYONCE requires it). The timer must be deleted with
 // DeleteTimerQueueTimer even after it fired.
-BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLBACK callback,
-                           void* context, DWORD dueTime, DWORD period, ULONG flags);
+BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLBACK callback, void* context,
+                           DWORD dueTime, DWORD period, ULONG flags);
 // Sets a new due time and period; may be called from the timer's callback. A one-shot timer that
 // has already fired is left as it is, as on Windows.
 BOOL ChangeTimerQueueTimer(HANDLE timerQueue, HANDLE timer, ULONG dueTime, ULONG period);

@@ -12,8 +12,7 @@ using namespace Platform;
 
 AudioSystemState::AudioSystemState(AudioRoot root, std::function<void(const std::u16string&)> messageSink)
     : m_messageSink(std::move(messageSink)),
-      m_endpoints(root, [this](const std::u16string& message) { Report(message); }),
-      m_settings(root) {}
+      m_endpoints(root, [this](const std::u16string& message) { Report(message); }), m_settings(root) {}
 
 AudioSystemState::~AudioSystemState() { Shutdown(); }
 

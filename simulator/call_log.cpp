@@ -9,7 +9,8 @@ namespace Simulator {
 void CallLog::Record(const std::string& operation, const std::string& arguments) {
   {
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_calls.push_back(CallRecord{operation, arguments, Platform::GetCurrentThreadId(), std::chrono::steady_clock::now()});
+    m_calls.push_back(
+        CallRecord{operation, arguments, Platform::GetCurrentThreadId(), std::chrono::steady_clock::now()});
   }
   m_changed.notify_all();
 }

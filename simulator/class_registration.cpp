@@ -60,16 +60,15 @@ ClassRegistration::ClassRegistration(const AudioSystem& system) {
       {CLSID_AudioProcessingManager, &CreateSimulatedAudioProcessingManager},
   };
   for (const auto& each : classes) {
-    ComPtr<SimulatedClassFactory> factory(
-        new (std::nothrow) SimulatedClassFactory(system.State(), each.clsid, each.creator));
+    ComPtr<SimulatedClassFactory> factory(new (std::nothrow)
+                                              SimulatedClassFactory(system.State(), each.clsid, each.creator));
     DWORD cookie = 0;
     const HRESULT result = factory ? RegisterProcessClass(each.clsid, factory.Get(), &cookie) : E_OUTOFMEMORY;
     factory.Reset();
     if (result >= 0) {
       m_cookies.push_back(cookie);
     } else {
-      system.State()->Report(u"Simulator: a class could not be registered: " +
-                             std::u16string(GuidText(each.clsid)));
+      system.State()->Report(u"Simulator: a class could not be registered: " + std::u16string(GuidText(each.clsid)));
     }
   }
 }

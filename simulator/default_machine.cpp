@@ -9,16 +9,16 @@ using namespace Platform;
 namespace {
 
 // The effects key {D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},13 and the first marker.
-constexpr PROPERTYKEY kEffectKey13 = {
-    {0xD04E05A6, 0x594B, 0x4FB6, {0xA8, 0x0D, 0x01, 0xAF, 0x5E, 0xED, 0x7D, 0x1D}}, 13};
-constexpr PROPERTYKEY kFirstMarker = {
-    {0xF363DF17, 0xA750, 0x4AC3, {0xB7, 0xB5, 0x2B, 0xBE, 0xFF, 0xA9, 0x08, 0x5F}}, 11};
+constexpr PROPERTYKEY kEffectKey13 = {{0xD04E05A6, 0x594B, 0x4FB6, {0xA8, 0x0D, 0x01, 0xAF, 0x5E, 0xED, 0x7D, 0x1D}},
+                                      13};
+constexpr PROPERTYKEY kFirstMarker = {{0xF363DF17, 0xA750, 0x4AC3, {0xB7, 0xB5, 0x2B, 0xBE, 0xFF, 0xA9, 0x08, 0x5F}},
+                                      11};
 
 std::vector<EndpointDefinition> DefaultEndpoints() {
   auto endpoint = [](EDataFlow flow, const char16_t* key, const char16_t* name, const char16_t* hardwareId,
                      DWORD state = DEVICE_STATE_ACTIVE) {
-    return EndpointDefinition{flow, key, state,
-                        {{PKEY_Device_FriendlyName, name}, {PKEY_Device_InstanceId, hardwareId}}, {}};
+    return EndpointDefinition{
+        flow, key, state, {{PKEY_Device_FriendlyName, name}, {PKEY_Device_InstanceId, hardwareId}}, {}};
   };
   // The VAD rests hidden, as the routing value's default wants it: a module that starts on a fresh
   // machine finds nothing to change, and no endpoint notification is still on its way when a short
@@ -51,8 +51,8 @@ SeedResult SeedDefaultMachine(const EndpointRegistry& endpoints) {
   if (status == ERROR_SUCCESS) {
     seeded.productKeysCreated = disposition == REG_CREATED_NEW_KEY;
     UniqueKey application;
-    status = RegCreateKeyExW(key.Get(), u"AudioApplication", 0, nullptr, REG_OPTION_NON_VOLATILE,
-                             KEY_READ | KEY_WRITE, nullptr, application.Put(), &disposition);
+    status = RegCreateKeyExW(key.Get(), u"AudioApplication", 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_READ | KEY_WRITE,
+                             nullptr, application.Put(), &disposition);
     seeded.productKeysCreated = seeded.productKeysCreated || disposition == REG_CREATED_NEW_KEY;
   }
   if (status != ERROR_SUCCESS) seeded.result = HRESULT_FROM_WIN32(status);

@@ -17,10 +17,14 @@ constexpr PROPERTYKEY kMarkers[] = {
 
 const char* StateName(DWORD state) {
   switch (state) {
-    case DEVICE_STATE_ACTIVE: return "active";
-    case DEVICE_STATE_DISABLED: return "disabled";
-    case DEVICE_STATE_NOTPRESENT: return "notpresent";
-    default: return "unplugged";
+    case DEVICE_STATE_ACTIVE:
+      return "active";
+    case DEVICE_STATE_DISABLED:
+      return "disabled";
+    case DEVICE_STATE_NOTPRESENT:
+      return "notpresent";
+    default:
+      return "unplugged";
   }
 }
 
@@ -29,11 +33,21 @@ std::string ShortValue(const EndpointRegistry& endpoints, const Endpoint& endpoi
   if (endpoints.ReadProperty(endpoint, false, key, value) < 0) return "?";
   std::string text;
   switch (value.vt) {
-    case VT_EMPTY: text = "-"; break;
-    case VT_UI4: text = std::to_string(value.ulVal); break;
-    case VT_UI8: text = std::to_string(value.uhVal); break;
-    case VT_LPWSTR: text = "\"" + Narrow(value.pwszVal) + "\""; break;
-    default: text = DescribeValue(value); break;
+    case VT_EMPTY:
+      text = "-";
+      break;
+    case VT_UI4:
+      text = std::to_string(value.ulVal);
+      break;
+    case VT_UI8:
+      text = std::to_string(value.uhVal);
+      break;
+    case VT_LPWSTR:
+      text = "\"" + Narrow(value.pwszVal) + "\"";
+      break;
+    default:
+      text = DescribeValue(value);
+      break;
   }
   PropVariantClear(&value);
   return text;
@@ -48,16 +62,14 @@ std::string Padded(std::string text, std::size_t width) {
 
 std::vector<std::string> ListEndpoints(const EndpointRegistry& endpoints) {
   std::vector<std::string> lines;
-  lines.push_back(Padded("id", 56) + "  " + Padded("flow", 7) + "  " + Padded("state", 10) + "  " +
-                  Padded("bss", 3) + "  " + Padded("name", 38) + "  hardware id  markers");
+  lines.push_back(Padded("id", 56) + "  " + Padded("flow", 7) + "  " + Padded("state", 10) + "  " + Padded("bss", 3) +
+                  "  " + Padded("name", 38) + "  hardware id  markers");
   for (const Endpoint& endpoint : endpoints.List(eAll, DEVICE_STATEMASK_ALL)) {
     std::string hardwareId = ShortValue(endpoints, endpoint, PKEY_Device_InstanceId);
-    std::string line = Padded(Narrow(endpoint.id), 56) + "  " +
-                       Padded(endpoint.flow == eRender ? "render" : "capture", 7) + "  " +
-                       Padded(StateName(endpoint.state), 10) + "  " +
-                       Padded(std::to_string(endpoints.BssMode(endpoint)), 3) + "  " +
-                       Padded(ShortValue(endpoints, endpoint, PKEY_Device_FriendlyName), 38) + "  " + hardwareId +
-                       "  markers:";
+    std::string line =
+        Padded(Narrow(endpoint.id), 56) + "  " + Padded(endpoint.flow == eRender ? "render" : "capture", 7) + "  " +
+        Padded(StateName(endpoint.state), 10) + "  " + Padded(std::to_string(endpoints.BssMode(endpoint)), 3) + "  " +
+        Padded(ShortValue(endpoints, endpoint, PKEY_Device_FriendlyName), 38) + "  " + hardwareId + "  markers:";
     for (const PROPERTYKEY& marker : kMarkers) line += " " + ShortValue(endpoints, endpoint, marker);
     lines.push_back(line);
   }

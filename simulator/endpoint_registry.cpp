@@ -315,8 +315,8 @@ StoredProperties EndpointRegistry::ReadStore(const Endpoint& endpoint, bool fxSt
     }
     PROPVARIANT value;
     if (!ToPropertyValue(stored, value)) {
-      m_report(where + u" is ignored: registry type " + Number(stored.type) + u" with " +
-               Number(stored.data.size()) + u" bytes holds no property value");
+      m_report(where + u" is ignored: registry type " + Number(stored.type) + u" with " + Number(stored.data.size()) +
+               u" bytes holds no property value");
       continue;
     }
     PropVariantClear(&value);
@@ -347,9 +347,9 @@ HRESULT EndpointRegistry::ReadProperty(const Endpoint& endpoint, bool fxStore, c
   StoredValue stored;
   if (!ReadValue(store.Get(), name.c_str(), stored)) return S_OK;
   if (!ToPropertyValue(stored, value)) {
-    m_report(u"Simulator: the property " + std::u16string(FlowName(endpoint.flow)) + u"\\" + endpoint.keyName +
-             u"\\" + StoreName(fxStore) + u"\\" + name + u" is ignored: registry type " + Number(stored.type) +
-             u" with " + Number(stored.data.size()) + u" bytes holds no property value");
+    m_report(u"Simulator: the property " + std::u16string(FlowName(endpoint.flow)) + u"\\" + endpoint.keyName + u"\\" +
+             StoreName(fxStore) + u"\\" + name + u" is ignored: registry type " + Number(stored.type) + u" with " +
+             Number(stored.data.size()) + u" bytes holds no property value");
     return HRESULT_FROM_WIN32(ERROR_UNSUPPORTED_TYPE);
   }
   return S_OK;
@@ -397,8 +397,8 @@ HRESULT EndpointRegistry::SetState(const Endpoint& endpoint, DWORD state) const 
   LONG status = RegOpenKeyExW(m_root.hive, EndpointPath(endpoint).c_str(), 0, KEY_WRITE, key.Put());
   if (status == ERROR_FILE_NOT_FOUND) return E_NOTFOUND;
   if (status == ERROR_SUCCESS) {
-    status = RegSetValueExW(key.Get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&state),
-                            sizeof(state));
+    status =
+        RegSetValueExW(key.Get(), kDeviceState, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&state), sizeof(state));
   }
   return HRESULT_FROM_WIN32(status);
 }

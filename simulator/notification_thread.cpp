@@ -105,9 +105,8 @@ void NotificationThread::Deliver(const std::vector<EndpointSnapshot>& before,
     }
     const EndpointSnapshot& old = *found->second;
     if (old.endpoint.state != endpoint.state) {
-      Notify(m_state, [&](IMMNotificationClient* client) {
-        client->OnDeviceStateChanged(endpoint.id.c_str(), endpoint.state);
-      });
+      Notify(m_state,
+             [&](IMMNotificationClient* client) { client->OnDeviceStateChanged(endpoint.id.c_str(), endpoint.state); });
     }
     for (bool fxStore : {false, true}) {
       const StoredProperties& oldStore = fxStore ? old.fxProperties : old.properties;

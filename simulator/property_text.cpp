@@ -48,11 +48,16 @@ std::string Narrow(const std::u16string& text) { return Platform::Utf16ToUtf8(te
 std::string DescribeValue(const Platform::PROPVARIANT& value) {
   using namespace Platform;
   switch (value.vt) {
-    case VT_EMPTY: return "VT_EMPTY";
-    case VT_UI4: return "VT_UI4 " + std::to_string(value.ulVal);
-    case VT_UI8: return "VT_UI8 " + std::to_string(value.uhVal);
-    case VT_LPWSTR: return "VT_LPWSTR \"" + Narrow(value.pwszVal) + "\"";
-    case VT_BLOB: return "VT_BLOB " + std::to_string(value.blob.cbSize) + " bytes";
+    case VT_EMPTY:
+      return "VT_EMPTY";
+    case VT_UI4:
+      return "VT_UI4 " + std::to_string(value.ulVal);
+    case VT_UI8:
+      return "VT_UI8 " + std::to_string(value.uhVal);
+    case VT_LPWSTR:
+      return "VT_LPWSTR \"" + Narrow(value.pwszVal) + "\"";
+    case VT_BLOB:
+      return "VT_BLOB " + std::to_string(value.blob.cbSize) + " bytes";
     case VT_VECTOR | VT_LPWSTR: {
       std::string text = "VT_VECTOR|VT_LPWSTR [";
       for (ULONG i = 0; value.calpwstr.pElems != nullptr && i < value.calpwstr.cElems; ++i) {
@@ -60,7 +65,8 @@ std::string DescribeValue(const Platform::PROPVARIANT& value) {
       }
       return text + "]";
     }
-    default: return "VT " + std::to_string(value.vt);
+    default:
+      return "VT " + std::to_string(value.vt);
   }
 }
 

@@ -15,7 +15,7 @@ namespace Simulator {
 
 // A new service object as the interface `iid` into `object`. Returns S_OK, E_NOINTERFACE or
 // E_OUTOFMEMORY.
-Platform::HRESULT CreateSimulatedAudioProcessingManager(std::shared_ptr<AudioSystemState> state,
-                                                        Platform::REFIID iid, void** object);
+Platform::HRESULT CreateSimulatedAudioProcessingManager(std::shared_ptr<AudioSystemState> state, Platform::REFIID iid,
+                                                        void** object);
 
 }  // namespace Simulator

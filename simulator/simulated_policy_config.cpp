@@ -18,8 +18,8 @@ public:
   explicit SimulatedPolicyConfig(std::shared_ptr<AudioSystemState> state) : m_state(std::move(state)) {}
 
   HRESULT GetPropertyValue(LPCWSTR deviceId, BOOL fxStore, REFPROPERTYKEY key, PROPVARIANT* value) override {
-    if (HRESULT injected = Enter("IPolicyConfig::GetPropertyValue", deviceId,
-                                 std::to_string(fxStore) + ", " + KeyString(key));
+    if (HRESULT injected =
+            Enter("IPolicyConfig::GetPropertyValue", deviceId, std::to_string(fxStore) + ", " + KeyString(key));
         injected != S_OK) {
       return injected;
     }
@@ -43,8 +43,7 @@ public:
   }
 
   HRESULT SetEndpointVisibility(LPCWSTR deviceId, BOOL visible) override {
-    if (HRESULT injected =
-            Enter("IPolicyConfig::SetEndpointVisibility", deviceId, Hex(static_cast<DWORD>(visible)));
+    if (HRESULT injected = Enter("IPolicyConfig::SetEndpointVisibility", deviceId, Hex(static_cast<DWORD>(visible)));
         injected != S_OK) {
       return injected;
     }

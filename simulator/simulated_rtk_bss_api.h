@@ -2,8 +2,8 @@
 //
 // Initialize binds the object to an existing endpoint; the mode of each endpoint is kept in the
 // registry with the endpoint (0 until set), and IsGen3Supported answers what the machine's
-// settings say (yes unless set otherwise; ComponentSettings). ClearBss is only recorded. Recorded operations, with the bound endpoint id as first
-// argument: "IRtkBssApi::Initialize", "IRtkBssApi::SetBssMode", "IRtkBssApi::GetBssMode",
+// settings say (yes unless set otherwise; ComponentSettings). ClearBss is only recorded. Recorded operations, with the
+// bound endpoint id as first argument: "IRtkBssApi::Initialize", "IRtkBssApi::SetBssMode", "IRtkBssApi::GetBssMode",
 // "IRtkBssApi::ClearBss", "IRtkBssApi2::IsGen3Supported".
 #pragma once
 

@@ -36,8 +36,7 @@ public:
   // ErrorOutOfMemory.
   [[nodiscard]] ErrorCode ToSplitPath(const char16_t* path, char16_t** block, char16_t** parent, char16_t** leaf);
   // CheckPath, ToSplitPath, then both parts with native separators.
-  [[nodiscard]] ErrorCode ToSplitPathNative(const char16_t* path, char16_t** block, char16_t** parent,
-                                            char16_t** leaf);
+  [[nodiscard]] ErrorCode ToSplitPathNative(const char16_t* path, char16_t** block, char16_t** parent, char16_t** leaf);
   // A copy of `path` with native separators in `*block` (free it with FreePath). Does not check
   // the path. ErrorOutOfMemory for a null path as for a failed allocation.
   [[nodiscard]] ErrorCode AllocReplace(const char16_t* path, char16_t** block);

@@ -23,8 +23,8 @@ public:
   [[nodiscard]] virtual ErrorCode DeleteStore(const char16_t* path) = 0;
   [[nodiscard]] virtual ErrorCode EnumValues(IEnumTarget* target) = 0;
   [[nodiscard]] virtual ErrorCode OpenValue(const char16_t* path, Registry::IRegistryValue** result,
-                                            std::uint32_t flags, const ITypeDescription* type,
-                                            const void* defaultData, std::uint32_t defaultSize) = 0;
+                                            std::uint32_t flags, const ITypeDescription* type, const void* defaultData,
+                                            std::uint32_t defaultSize) = 0;
   [[nodiscard]] virtual ErrorCode DeleteValue(const char16_t* path) = 0;
   virtual bool IsEmpty() = 0;
   [[nodiscard]] virtual ErrorCode RegisterMonitor(IStoreMonitor* monitor) = 0;

@@ -34,8 +34,8 @@ public:
   // value starts with `defaultData` of `defaultSize` bytes, or the native default when null.
   // `*result` receives it with one reference, which the caller owns.
   [[nodiscard]] virtual ErrorCode OpenValue(const char16_t* path, Registry::IRegistryValue** result,
-                                            std::uint32_t flags, const ITypeDescription* type,
-                                            const void* defaultData, std::uint32_t defaultSize) = 0;
+                                            std::uint32_t flags, const ITypeDescription* type, const void* defaultData,
+                                            std::uint32_t defaultSize) = 0;
   // Deletes the value at `path`. ErrorNotFound when it is missing.
   [[nodiscard]] virtual ErrorCode DeleteValue(const char16_t* path) = 0;
   // True when the store holds neither values nor stores (values are looked at first).

@@ -59,7 +59,8 @@ constexpr const char* kVisibility = "IPolicyConfig::SetEndpointVisibility";
 constexpr const char* kEnum = "IMMDeviceEnumerator::EnumAudioEndpoints";
 
 std::uint64_t Stamp(Clock::time_point time) {
-  return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count());
+  return static_cast<std::uint64_t>(
+      std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count());
 }
 
 std::u16string StampName(const char* what, int round) {
@@ -121,9 +122,8 @@ int Writer() {
     // Another value of the store may change first: wait on until the routing value is 0.
     while (Routing() != 0) {
       if (WaitForSingleObject(changed.Get(), 5000) != WAIT_OBJECT_0) return 6;
-      if (Routing() != 0 &&
-          RegNotifyChangeKeyValue(profiles.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed.Get(), TRUE) !=
-              ERROR_SUCCESS) {
+      if (Routing() != 0 && RegNotifyChangeKeyValue(profiles.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed.Get(),
+                                                    TRUE) != ERROR_SUCCESS) {
         return 5;
       }
     }
@@ -142,8 +142,8 @@ int RunWriter(const std::string& program) {
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
-  if (!CreateProcessW(application.c_str(), commandLine.data(),
-                      nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
+  if (!CreateProcessW(application.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                      &process)) {
     return -1;
   }
   UniqueKernelHandle processHandle(process.hProcess);
@@ -164,12 +164,15 @@ struct Machine {
   Machine()
       : audio(kAudioRoot, [](const std::u16string&) {}), registration(audio), synchronizer(new VADStateSynchronizer) {
     using Definition = Simulator::EndpointDefinition;
-    audio.Endpoints().Create(Definition{eRender, kVadRender, DEVICE_STATE_ACTIVE,
-                                        {{PKEY_Device_InstanceId, u"ROOT\\MEDIA\\QuillonHL3Vad\\0000"}}, {}});
-    audio.Endpoints().Create(Definition{eCapture, kVadCapture, DEVICE_STATE_ACTIVE,
-                                        {{PKEY_Device_InstanceId, u"ROOT\\MEDIA\\QuillonHL3Vad\\0001"}}, {}});
-    audio.Endpoints().Create(Definition{eRender, kSpeakers, DEVICE_STATE_ACTIVE,
-                                        {{PKEY_Device_InstanceId, u"HDAUDIO\\FUNC_01&VEN_10EC"}}, {}});
+    audio.Endpoints().Create(Definition{
+        eRender, kVadRender, DEVICE_STATE_ACTIVE, {{PKEY_Device_InstanceId, u"ROOT\\MEDIA\\QuillonHL3Vad\\0000"}}, {}});
+    audio.Endpoints().Create(Definition{eCapture,
+                                        kVadCapture,
+                                        DEVICE_STATE_ACTIVE,
+                                        {{PKEY_Device_InstanceId, u"ROOT\\MEDIA\\QuillonHL3Vad\\0001"}},
+                                        {}});
+    audio.Endpoints().Create(Definition{
+        eRender, kSpeakers, DEVICE_STATE_ACTIVE, {{PKEY_Device_InstanceId, u"HDAUDIO\\FUNC_01&VEN_10EC"}}, {}});
     synchronizer->Start();
     std::this_thread::sleep_for(kSettle);
   }

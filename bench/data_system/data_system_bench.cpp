@@ -101,7 +101,8 @@ using ValueIndexer = CSingleItemIndexerT<CValueT<std::uint32_t>>;
 class CItemStore : public CStoreT<> {
 public:
   CItemStore(IStoreModel* model, IItem* parent) : CStoreT(model, parent) {
-    for (int i = 0; i < 3; ++i) values.push_back(std::make_unique<ValueIndexer>(ManyModels()[kManyValues + i].get(), this));
+    for (int i = 0; i < 3; ++i)
+      values.push_back(std::make_unique<ValueIndexer>(ManyModels()[kManyValues + i].get(), this));
   }
   std::vector<std::unique_ptr<ValueIndexer>> values;
 };
@@ -146,7 +147,8 @@ struct BenchTree {
 
   bool Open() {
     const StorageSystem::Registry::StorageSystemParameters parameters = {
-        Platform::HKEY_CURRENT_USER, kBase, Platform::KEY_WOW64_64KEY, nullptr, StorageSystem::GetProcessAllocator(), 0};
+        Platform::HKEY_CURRENT_USER,          kBase, Platform::KEY_WOW64_64KEY, nullptr,
+        StorageSystem::GetProcessAllocator(), 0};
     if (StorageSystem::Registry::OpenStorageSystem(parameters, &storage, AccessFromFlags(&RootModel(), 0), nullptr,
                                                    false) != ErrorNone) {
       return false;
@@ -202,8 +204,8 @@ void GetBoolBareRegGetValueW(benchmark::State& state) {
   const std::u16string name = BenchTree::ValueName(*FlagModel().GetGuid());
   for (auto _ : state) {
     Platform::DWORD read = 0, size = sizeof read;
-    Platform::LSTATUS status =
-        Platform::RegGetValueW(TheBench()->largeKey, nullptr, name.c_str(), Platform::RRF_RT_ANY, nullptr, &read, &size);
+    Platform::LSTATUS status = Platform::RegGetValueW(TheBench()->largeKey, nullptr, name.c_str(), Platform::RRF_RT_ANY,
+                                                      nullptr, &read, &size);
     benchmark::DoNotOptimize(status);
     benchmark::DoNotOptimize(read);
   }

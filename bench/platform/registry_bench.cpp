@@ -44,7 +44,8 @@ std::string g_program;
 std::filesystem::path g_folder;
 
 std::int64_t Now() {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+      .count();
 }
 
 UniqueKey CreateKey(HKEY parent, const std::u16string& path) {
@@ -148,8 +149,7 @@ void NotificationLatencyAcrossProcesses(benchmark::State& state) {
     const DWORD filter = REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC;
     RegNotifyChangeKeyValue(watched.Get(), TRUE, filter, event.Get(), TRUE);
     // The writer runs as a process of its own, waited for by a thread of this one.
-    std::string command =
-        "'" + g_program + "' --notify-writer '" + times + "' " + std::to_string(state.range(0));
+    std::string command = "'" + g_program + "' --notify-writer '" + times + "' " + std::to_string(state.range(0));
     int writerResult = -1;
     std::thread writer([&] { writerResult = std::system(command.c_str()); });
     while (WaitForSingleObject(event.Get(), 5000) == WAIT_OBJECT_0) {

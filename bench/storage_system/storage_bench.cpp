@@ -46,14 +46,16 @@ constexpr auto kNotifyInterval = std::chrono::milliseconds(3);
 std::string g_program;
 
 std::int64_t Now() {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+      .count();
 }
 
 IStorageSystem* OpenBenchStorage() {
   const StorageSystemParameters parameters = {Platform::HKEY_CURRENT_USER, kBase, Platform::KEY_WOW64_64KEY, nullptr,
-                                              GetProcessAllocator(), 0};
+                                              GetProcessAllocator(),       0};
   IStorageSystem* storage = nullptr;
-  if (OpenStorageSystem(parameters, &storage, SF_READ | SF_WRITE | SF_CREATE, nullptr, false) != ErrorNone) return nullptr;
+  if (OpenStorageSystem(parameters, &storage, SF_READ | SF_WRITE | SF_CREATE, nullptr, false) != ErrorNone)
+    return nullptr;
   return storage;
 }
 

@@ -116,8 +116,8 @@ std::basic_string<Char> FormatFrom(const std::string& bytes, bool pairs) {
     std::basic_string<Char> wide;
     if (pairs) {
       for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        wide.push_back(static_cast<Char>(static_cast<unsigned char>(bytes[i]) |
-                                         (static_cast<unsigned char>(bytes[i + 1]) << 8)));
+        wide.push_back(
+            static_cast<Char>(static_cast<unsigned char>(bytes[i]) | (static_cast<unsigned char>(bytes[i + 1]) << 8)));
       }
     } else {
       for (const char byte : bytes) {
@@ -130,8 +130,8 @@ std::basic_string<Char> FormatFrom(const std::string& bytes, bool pairs) {
 
 int Call(char16_t* destination, std::size_t capacity, const char16_t* format, const std::uintptr_t (&i)[16],
          const double (&d)[8]) {
-  return FormatBounded(destination, capacity, format, i[0], i[1], i[2], i[3], i[4], i[5], i[6], i[7], i[8], i[9],
-                       i[10], i[11], i[12], i[13], i[14], i[15], d[0], d[1], d[2], d[3], d[4], d[5], d[6], d[7]);
+  return FormatBounded(destination, capacity, format, i[0], i[1], i[2], i[3], i[4], i[5], i[6], i[7], i[8], i[9], i[10],
+                       i[11], i[12], i[13], i[14], i[15], d[0], d[1], d[2], d[3], d[4], d[5], d[6], d[7]);
 }
 
 int Call(char* destination, std::size_t capacity, const char* format, const std::uintptr_t (&i)[16],
@@ -147,8 +147,8 @@ void FormatOnce(std::basic_string<Char> format, std::size_t capacity, const std:
   PlanArguments(format, isString);
   std::uintptr_t slots[kIntegerSlots];
   for (int k = 0; k < kIntegerSlots; ++k) {
-    slots[k] = isString[k] ? reinterpret_cast<std::uintptr_t>(strings[k % 2])
-                           : static_cast<std::uintptr_t>(integers[k]);
+    slots[k] =
+        isString[k] ? reinterpret_cast<std::uintptr_t>(strings[k % 2]) : static_cast<std::uintptr_t>(integers[k]);
   }
   // Exactly `capacity` elements, so that the address sanitizer sees any write past the end; one
   // sentinel element when the capacity is 0.

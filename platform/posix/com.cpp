@@ -13,7 +13,8 @@ namespace {
 
 thread_local int comInitCount = 0;
 
-constexpr CLSID CLSID_InProcFreeMarshaler = {0x0000033A, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+constexpr CLSID CLSID_InProcFreeMarshaler = {
+    0x0000033A, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 // Aggregated by `outer`: IMarshal delegates identity to the outer object, the inner IUnknown owns
 // the marshaler's own count.

@@ -47,8 +47,8 @@ BOOL SetEnvironmentVariableW(LPCWSTR name, LPCWSTR value) {
   }
   std::lock_guard<std::mutex> lock(EnvironmentMutex());
   std::string narrowName = Utf16ToUtf8(name);
-  int result = value == nullptr ? ::unsetenv(narrowName.c_str())
-                                : ::setenv(narrowName.c_str(), Utf16ToUtf8(value).c_str(), 1);
+  int result =
+      value == nullptr ? ::unsetenv(narrowName.c_str()) : ::setenv(narrowName.c_str(), Utf16ToUtf8(value).c_str(), 1);
   if (result != 0) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;

@@ -24,10 +24,10 @@ namespace {
 constexpr REGSAM kSpecificRights = 0x0000FFFF;
 constexpr REGSAM kStandardRights = 0x001F0000;
 constexpr REGSAM kWow64Rights = KEY_WOW64_64KEY | KEY_WOW64_32KEY;
-constexpr DWORD kNotifyFilters = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_ATTRIBUTES | REG_NOTIFY_CHANGE_LAST_SET |
-                                 REG_NOTIFY_CHANGE_SECURITY;
-constexpr DWORD kCreateOptions = REG_OPTION_VOLATILE | REG_OPTION_CREATE_LINK | REG_OPTION_BACKUP_RESTORE |
-                                 REG_OPTION_OPEN_LINK;
+constexpr DWORD kNotifyFilters =
+    REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_ATTRIBUTES | REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_SECURITY;
+constexpr DWORD kCreateOptions =
+    REG_OPTION_VOLATILE | REG_OPTION_CREATE_LINK | REG_OPTION_BACKUP_RESTORE | REG_OPTION_OPEN_LINK;
 
 // The rights a handle gets for what was asked: generic rights mapped to the key's, the view flags
 // dropped (this registry has one view).
@@ -206,8 +206,7 @@ LSTATUS RegCloseKey(HKEY key) {
   return ERROR_SUCCESS;
 }
 
-LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, DWORD* type, void* data,
-                     DWORD* dataSize) {
+LSTATUS RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags, DWORD* type, void* data, DWORD* dataSize) {
   if ((data != nullptr && dataSize == nullptr) || (flags & RRF_RT_ANY) == 0) return ERROR_INVALID_PARAMETER;
   DWORD capacity = dataSize != nullptr ? *dataSize : 0;
   auto fail = [&](LSTATUS status) {
@@ -286,8 +285,8 @@ LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, 
 }
 
 LSTATUS RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR valueName, DWORD type, const void* data, DWORD dataSize) {
-  if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::regSetKeyValueW, key, subKey, valueName, type, data,
-                                       dataSize)) {
+  if (auto diverted =
+          TestSeam::Divert(&TestSeam::Hooks::regSetKeyValueW, key, subKey, valueName, type, data, dataSize)) {
     return *diverted;
   }
   std::shared_ptr<OpenKey> open;
@@ -340,7 +339,8 @@ LSTATUS RegDeleteValueW(HKEY key, LPCWSTR valueName) {
 
 LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, DWORD* nameLength, DWORD* reserved, LPWSTR keyClass,
                       DWORD* classLength, FILETIME* lastWriteTime) {
-  if (name == nullptr || nameLength == nullptr || reserved != nullptr || (keyClass != nullptr && classLength == nullptr)) {
+  if (name == nullptr || nameLength == nullptr || reserved != nullptr ||
+      (keyClass != nullptr && classLength == nullptr)) {
     return ERROR_INVALID_PARAMETER;
   }
   std::shared_ptr<OpenKey> open;

@@ -24,10 +24,9 @@ void* AllocateLocal(const void* bytes, std::size_t size) {
 
 }  // namespace
 
-BOOL AllocateAndInitializeSid(const SID_IDENTIFIER_AUTHORITY* authority, BYTE subAuthorityCount,
-                              DWORD subAuthority0, DWORD subAuthority1, DWORD subAuthority2,
-                              DWORD subAuthority3, DWORD subAuthority4, DWORD subAuthority5,
-                              DWORD subAuthority6, DWORD subAuthority7, PSID* sid) {
+BOOL AllocateAndInitializeSid(const SID_IDENTIFIER_AUTHORITY* authority, BYTE subAuthorityCount, DWORD subAuthority0,
+                              DWORD subAuthority1, DWORD subAuthority2, DWORD subAuthority3, DWORD subAuthority4,
+                              DWORD subAuthority5, DWORD subAuthority6, DWORD subAuthority7, PSID* sid) {
   if (authority == nullptr || sid == nullptr || subAuthorityCount > kMaxAllocatedSubAuthorities) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
@@ -58,8 +57,7 @@ void* FreeSid(PSID sid) {
 }
 
 BOOL ConvertStringSecurityDescriptorToSecurityDescriptorW(LPCWSTR text, DWORD revision,
-                                                          PSECURITY_DESCRIPTOR* descriptor,
-                                                          ULONG* descriptorSize) {
+                                                          PSECURITY_DESCRIPTOR* descriptor, ULONG* descriptorSize) {
   if (text == nullptr || descriptor == nullptr) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;

@@ -108,35 +108,35 @@ struct WellKnownSid {
 // Abbreviations of the SIDs that are the same on every machine. The first entry for a SID is the
 // one written back.
 constexpr std::array<WellKnownSid, 29> kWellKnownSids{{
-    {u"WD", 1, {0, 0}, 1},            // everyone
-    {u"CO", 3, {0, 0}, 1},            // creator owner
-    {u"CG", 3, {1, 0}, 1},            // creator group
-    {u"OW", 3, {4, 0}, 1},            // owner rights
-    {u"NU", 5, {2, 0}, 1},            // network logon
-    {u"IU", 5, {4, 0}, 1},            // interactive logon
-    {u"SU", 5, {6, 0}, 1},            // service logon
-    {u"AN", 5, {7, 0}, 1},            // anonymous
-    {u"ED", 5, {9, 0}, 1},            // enterprise domain controllers
-    {u"PS", 5, {10, 0}, 1},           // principal self
-    {u"AU", 5, {11, 0}, 1},           // authenticated users
-    {u"RC", 5, {12, 0}, 1},           // restricted code
-    {u"SY", 5, {18, 0}, 1},           // local system
-    {u"LS", 5, {19, 0}, 1},           // local service
-    {u"NS", 5, {20, 0}, 1},           // network service
-    {u"BA", 5, {32, 544}, 2},         // administrators
-    {u"BU", 5, {32, 545}, 2},         // users
-    {u"BG", 5, {32, 546}, 2},         // guests
-    {u"PU", 5, {32, 547}, 2},         // power users
-    {u"AO", 5, {32, 548}, 2},         // account operators
-    {u"SO", 5, {32, 549}, 2},         // server operators
-    {u"PO", 5, {32, 550}, 2},         // print operators
-    {u"BO", 5, {32, 551}, 2},         // backup operators
-    {u"RE", 5, {32, 552}, 2},         // replicator
-    {u"AC", 15, {2, 1}, 2},           // all application packages
-    {u"LW", 16, {0x1000, 0}, 1},      // low integrity
-    {u"ME", 16, {0x2000, 0}, 1},      // medium integrity
-    {u"HI", 16, {0x3000, 0}, 1},      // high integrity
-    {u"SI", 16, {0x4000, 0}, 1},      // system integrity
+    {u"WD", 1, {0, 0}, 1},        // everyone
+    {u"CO", 3, {0, 0}, 1},        // creator owner
+    {u"CG", 3, {1, 0}, 1},        // creator group
+    {u"OW", 3, {4, 0}, 1},        // owner rights
+    {u"NU", 5, {2, 0}, 1},        // network logon
+    {u"IU", 5, {4, 0}, 1},        // interactive logon
+    {u"SU", 5, {6, 0}, 1},        // service logon
+    {u"AN", 5, {7, 0}, 1},        // anonymous
+    {u"ED", 5, {9, 0}, 1},        // enterprise domain controllers
+    {u"PS", 5, {10, 0}, 1},       // principal self
+    {u"AU", 5, {11, 0}, 1},       // authenticated users
+    {u"RC", 5, {12, 0}, 1},       // restricted code
+    {u"SY", 5, {18, 0}, 1},       // local system
+    {u"LS", 5, {19, 0}, 1},       // local service
+    {u"NS", 5, {20, 0}, 1},       // network service
+    {u"BA", 5, {32, 544}, 2},     // administrators
+    {u"BU", 5, {32, 545}, 2},     // users
+    {u"BG", 5, {32, 546}, 2},     // guests
+    {u"PU", 5, {32, 547}, 2},     // power users
+    {u"AO", 5, {32, 548}, 2},     // account operators
+    {u"SO", 5, {32, 549}, 2},     // server operators
+    {u"PO", 5, {32, 550}, 2},     // print operators
+    {u"BO", 5, {32, 551}, 2},     // backup operators
+    {u"RE", 5, {32, 552}, 2},     // replicator
+    {u"AC", 15, {2, 1}, 2},       // all application packages
+    {u"LW", 16, {0x1000, 0}, 1},  // low integrity
+    {u"ME", 16, {0x2000, 0}, 1},  // medium integrity
+    {u"HI", 16, {0x3000, 0}, 1},  // high integrity
+    {u"SI", 16, {0x4000, 0}, 1},  // system integrity
 }};
 
 Sid ToSid(const WellKnownSid& known) {

@@ -20,8 +20,7 @@ std::shared_ptr<Posix::Event> LookupEvent(HANDLE handle) {
 
 }  // namespace
 
-HANDLE CreateEventW(const SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initialState,
-                    LPCWSTR name) {
+HANDLE CreateEventW(const SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initialState, LPCWSTR name) {
   if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::createEventW, attributes, manualReset, initialState, name)) {
     return *diverted;
   }
@@ -77,8 +76,7 @@ void Sleep(DWORD milliseconds) {
   if (milliseconds == INFINITE) {
     for (;;) pause();
   }
-  timespec remaining{static_cast<time_t>(milliseconds / 1000),
-                     static_cast<long>(milliseconds % 1000) * 1000000L};
+  timespec remaining{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1000000L};
   // A signal handler may cut the sleep short; sleep on for what is left.
   while (nanosleep(&remaining, &remaining) == -1 && errno == EINTR) {
   }

@@ -42,9 +42,10 @@ constexpr MessageEntry kMessages[] = {
     {1011, u"The configuration registry key could not be opened.\r\n"},
     {1012, u"The configuration registry key could not be read.\r\n"},
     {1013, u"The configuration registry key could not be written.\r\n"},
-    {1015, u"The registry is corrupted. The structure of one of the files containing registry data is corrupted, or "
-           u"the system's memory image of the file is corrupted, or the file could not be recovered because the "
-           u"alternate copy or log was absent or corrupted.\r\n"},
+    {1015,
+     u"The registry is corrupted. The structure of one of the files containing registry data is corrupted, or "
+     u"the system's memory image of the file is corrupted, or the file could not be recovered because the "
+     u"alternate copy or log was absent or corrupted.\r\n"},
     {1018, u"Illegal operation attempted on a registry key that has been marked for deletion.\r\n"},
     {1021, u"Cannot create a stable subkey under a volatile parent key.\r\n"},
     {1150, u"The specified program requires a newer version of Windows.\r\n"},
@@ -56,8 +57,8 @@ constexpr MessageEntry kMessages[] = {
 
 }  // namespace
 
-DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD languageId, LPWSTR buffer,
-                     DWORD size, va_list* arguments) {
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD languageId, LPWSTR buffer, DWORD size,
+                     va_list* arguments) {
   if ((flags & ~(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS)) != 0 ||
       (flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0 || buffer == nullptr) {
     SetLastError(ERROR_INVALID_PARAMETER);

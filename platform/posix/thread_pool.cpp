@@ -58,10 +58,8 @@ class RegisteredWait final : public PoolObject {
 public:
   RegisteredWait(std::shared_ptr<Posix::KernelObject> object, WAITORTIMERCALLBACK callback, void* context,
                  ULONG milliseconds, ULONG flags)
-      : PoolObject(Posix::KernelObjectKind::RegisteredWait, callback, context),
-        m_object(std::move(object)),
-        m_timeout(milliseconds),
-        m_onlyOnce((flags & WT_EXECUTEONLYONCE) != 0) {}
+      : PoolObject(Posix::KernelObjectKind::RegisteredWait, callback, context), m_object(std::move(object)),
+        m_timeout(milliseconds), m_onlyOnce((flags & WT_EXECUTEONLYONCE) != 0) {}
 
   Posix::WaitableObject& Waitable() const { return *m_object->AsWaitable(); }
 
@@ -427,8 +425,8 @@ BOOL StartPoolObject(HANDLE* newHandle, Posix::KernelObjectKind kind, Make make,
 
 }  // namespace
 
-BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback,
-                                 void* context, ULONG milliseconds, ULONG flags) {
+BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback, void* context,
+                                 ULONG milliseconds, ULONG flags) {
   if (newWaitObject == nullptr || callback == nullptr) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
@@ -470,8 +468,8 @@ BOOL QueueUserWorkItem(LPTHREAD_START_ROUTINE function, void* context, ULONG fla
   return FALSE;
 }
 
-BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLBACK callback,
-                           void* context, DWORD dueTime, DWORD period, ULONG flags) {
+BOOL CreateTimerQueueTimer(HANDLE* newTimer, HANDLE timerQueue, WAITORTIMERCALLBACK callback, void* context,
+                           DWORD dueTime, DWORD period, ULONG flags) {
   if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::createTimerQueueTimer, newTimer, timerQueue, callback, context,
                                        dueTime, period, flags)) {
     return *diverted;

@@ -38,12 +38,18 @@ BYTE ConditionOf(ULONGLONG conditionMask, DWORD typeBit) {
 
 bool Compare(ULONGLONG actual, ULONGLONG wanted, BYTE condition) {
   switch (condition) {
-    case VER_EQUAL: return actual == wanted;
-    case VER_GREATER: return actual > wanted;
-    case VER_GREATER_EQUAL: return actual >= wanted;
-    case VER_LESS: return actual < wanted;
-    case VER_LESS_EQUAL: return actual <= wanted;
-    default: return false;
+    case VER_EQUAL:
+      return actual == wanted;
+    case VER_GREATER:
+      return actual > wanted;
+    case VER_GREATER_EQUAL:
+      return actual >= wanted;
+    case VER_LESS:
+      return actual < wanted;
+    case VER_LESS_EQUAL:
+      return actual <= wanted;
+    default:
+      return false;
   }
 }
 
@@ -70,8 +76,9 @@ BOOL VerifyVersionInfoW(OSVERSIONINFOEXW* versionInfo, DWORD typeMask, ULONGLONG
   // decides, under the condition of the highest field named.
   constexpr DWORD kTriple = VER_MAJORVERSION | VER_MINORVERSION | VER_SERVICEPACKMAJOR;
   if ((typeMask & kTriple) != 0) {
-    DWORD highest = (typeMask & VER_MAJORVERSION) ? VER_MAJORVERSION
-                    : (typeMask & VER_MINORVERSION) ? VER_MINORVERSION : VER_SERVICEPACKMAJOR;
+    DWORD highest = (typeMask & VER_MAJORVERSION)   ? VER_MAJORVERSION
+                    : (typeMask & VER_MINORVERSION) ? VER_MINORVERSION
+                                                    : VER_SERVICEPACKMAJOR;
     auto key = [typeMask](DWORD major, DWORD minor, DWORD servicePack) {
       ULONGLONG value = 0;
       if (typeMask & VER_MAJORVERSION) value = (value << 21) | major;

@@ -13,9 +13,7 @@ void DeleteCriticalSection(CRITICAL_SECTION* section) { ::DeleteCriticalSection(
 
 void EnterCriticalSection(CRITICAL_SECTION* section) { ::EnterCriticalSection(Win32::ToNative(section)); }
 
-BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) {
-  return ::TryEnterCriticalSection(Win32::ToNative(section));
-}
+BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) { return ::TryEnterCriticalSection(Win32::ToNative(section)); }
 
 void LeaveCriticalSection(CRITICAL_SECTION* section) { ::LeaveCriticalSection(Win32::ToNative(section)); }
 

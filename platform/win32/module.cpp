@@ -19,9 +19,7 @@ BOOL GetModuleHandleExW(DWORD flags, LPCWSTR moduleName, HMODULE* module) {
   return ::GetModuleHandleExW(flags, Win32::ToWide(moduleName), Win32::ToNative(module));
 }
 
-HMODULE LoadLibraryW(LPCWSTR fileName) {
-  return reinterpret_cast<HMODULE>(::LoadLibraryW(Win32::ToWide(fileName)));
-}
+HMODULE LoadLibraryW(LPCWSTR fileName) { return reinterpret_cast<HMODULE>(::LoadLibraryW(Win32::ToWide(fileName))); }
 
 BOOL FreeLibrary(HMODULE module) { return ::FreeLibrary(Win32::ToNative(module)); }
 

@@ -6,8 +6,7 @@
 
 namespace Platform {
 
-HANDLE CreateEventW(const SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initialState,
-                    LPCWSTR name) {
+HANDLE CreateEventW(const SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initialState, LPCWSTR name) {
   if (auto diverted = TestSeam::Divert(&TestSeam::Hooks::createEventW, attributes, manualReset, initialState, name)) {
     return *diverted;
   }

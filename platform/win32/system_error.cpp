@@ -5,8 +5,8 @@
 
 namespace Platform {
 
-DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD languageId, LPWSTR buffer,
-                     DWORD size, va_list* arguments) {
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD messageId, DWORD languageId, LPWSTR buffer, DWORD size,
+                     va_list* arguments) {
   return ::FormatMessageW(flags, source, messageId, languageId, Win32::ToWide(buffer), size, arguments);
 }
 

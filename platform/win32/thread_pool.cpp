@@ -6,10 +6,9 @@
 
 namespace Platform {
 
-BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback,
-                                 void* context, ULONG milliseconds, ULONG flags) {
-  return ::RegisterWaitForSingleObject(newWaitObject, object, Win32::ToNative(callback), context, milliseconds,
-                                       flags);
+BOOL RegisterWaitForSingleObject(HANDLE* newWaitObject, HANDLE object, WAITORTIMERCALLBACK callback, void* context,
+                                 ULONG milliseconds, ULONG flags) {
+  return ::RegisterWaitForSingleObject(newWaitObject, object, Win32::ToNative(callback), context, milliseconds, flags);
 }
 
 BOOL UnregisterWaitEx(HANDLE waitHandle, HANDLE completionEvent) {

@@ -103,8 +103,7 @@ inline ::LPTHREAD_START_ROUTINE ToNative(Platform::LPTHREAD_START_ROUTINE routin
 
 // Proof that every cast above reinterprets like for like.
 template <class Portable, class Native>
-inline constexpr bool kSameRepresentation =
-    sizeof(Portable) == sizeof(Native) && alignof(Portable) == alignof(Native);
+inline constexpr bool kSameRepresentation = sizeof(Portable) == sizeof(Native) && alignof(Portable) == alignof(Native);
 
 static_assert(sizeof(wchar_t) == sizeof(char16_t), "UTF-16 code units on both sides");
 static_assert(kSameRepresentation<Platform::BYTE, ::BYTE>);

@@ -35,7 +35,8 @@ public:
 
 protected:
   ACasterValueBase(IStore* store, const ITypeDescription* declaredType)
-      : Base(store), m_declaredType(declaredType), m_allocator(store->GetStorageSystem()->GetProperties()->GetAllocator()) {}
+      : Base(store), m_declaredType(declaredType),
+        m_allocator(store->GetStorageSystem()->GetProperties()->GetAllocator()) {}
 
   // Brings `*buffer` of `*capacity` bytes to room for `needed`: a block that is large enough and
   // not more than twice too large is kept; otherwise a new one replaces it. When no new block can
@@ -44,7 +45,8 @@ protected:
     if (*buffer != nullptr && *capacity >= needed && needed >= *capacity / 2) return ErrorNone;
     void* block = m_allocator->Alloc(needed);
     if (block == nullptr) {
-      if (*buffer == nullptr || *capacity < needed) return RaiseError(kBufferReallocName<Stored>, ErrorOutOfMemory, nullptr);
+      if (*buffer == nullptr || *capacity < needed)
+        return RaiseError(kBufferReallocName<Stored>, ErrorOutOfMemory, nullptr);
       return ErrorNone;
     }
     m_allocator->Free(*buffer);

@@ -99,12 +99,14 @@ ErrorCode CNativeValue::RegTestValue(const ValueParameters& parameters, std::uin
   }
 
   if ((flags & kWriteAccessFlags) != kWriteAccessFlags) {
-    return RaiseError(kName, ErrorCannotOpen, u"Registry value '%s%s' cannot store type %s: registry type already set to %d (%s).",
+    return RaiseError(kName, ErrorCannotOpen,
+                      u"Registry value '%s%s' cannot store type %s: registry type already set to %d (%s).",
                       OrEmpty(parameters.subKey), parameters.valueName, declared->GetName(), static_cast<int>(type),
                       row->type->GetName());
   }
   LogWrite(LogLevelWarning, kLogTag,
-           u"WARNING: Registry value '%s%s' has unexpected type ID %d (%s). Trying to reset the value in order to store type %s.",
+           u"WARNING: Registry value '%s%s' has unexpected type ID %d (%s). Trying to reset the value in order to "
+           u"store type %s.",
            OrEmpty(parameters.subKey), parameters.valueName, static_cast<int>(type), row->type->GetName(),
            declared->GetName());
   *id = 0;
@@ -151,8 +153,8 @@ ErrorCode CNativeValue::Initialize(const ValueParameters* parameters, std::uint3
       const Platform::LSTATUS status = RegSetKeyValueHelper(m_location.rootKey, m_location.subKey, m_location.valueName,
                                                             row->id, row->defaultData, row->defaultSize);
       if (status != Platform::ERROR_SUCCESS) {
-        code = RaiseSystemError("StorageSystem::Registry::CNativeValue::WriteDefault", static_cast<Platform::DWORD>(status),
-                                "RegSetKeyValueHelper");
+        code = RaiseSystemError("StorageSystem::Registry::CNativeValue::WriteDefault",
+                                static_cast<Platform::DWORD>(status), "RegSetKeyValueHelper");
       }
     } else {
       code = Write(parameters->defaultData, parameters->defaultSize);

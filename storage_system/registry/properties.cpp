@@ -19,17 +19,28 @@ namespace {
 const char16_t* PredefinedKeyText(Platform::HKEY key) {
   const auto number = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(key)) - 0x80000000u;
   switch (number) {
-    case 0: return u"HKEY_CLASSES_ROOT";
-    case 1: return u"HKEY_CURRENT_USER";
-    case 2: return u"HKEY_LOCAL_MACHINE";
-    case 3: return u"HKEY_USERS";
-    case 4: return u"HKEY_PERFORMANCE_DATA";
-    case 5: return u"HKEY_CURRENT_CONFIG";
-    case 6: return u"HKEY_DYN_DATA";
-    case 7: return u"HKEY_CURRENT_USER_LOCAL_SETTINGS";
-    case 80: return u"HKEY_PERFORMANCE_TEXT";
-    case 96: return u"HKEY_PERFORMANCE_NLSTEXT";
-    default: return nullptr;
+    case 0:
+      return u"HKEY_CLASSES_ROOT";
+    case 1:
+      return u"HKEY_CURRENT_USER";
+    case 2:
+      return u"HKEY_LOCAL_MACHINE";
+    case 3:
+      return u"HKEY_USERS";
+    case 4:
+      return u"HKEY_PERFORMANCE_DATA";
+    case 5:
+      return u"HKEY_CURRENT_CONFIG";
+    case 6:
+      return u"HKEY_DYN_DATA";
+    case 7:
+      return u"HKEY_CURRENT_USER_LOCAL_SETTINGS";
+    case 80:
+      return u"HKEY_PERFORMANCE_TEXT";
+    case 96:
+      return u"HKEY_PERFORMANCE_NLSTEXT";
+    default:
+      return nullptr;
   }
 }
 

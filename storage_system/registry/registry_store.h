@@ -13,7 +13,8 @@ public:
   virtual ~IRegistryStore() = default;
   // Opens, or under SF_CREATE creates, `subKey` of `rootKey`; the caller owns `*result` and closes
   // it with RegCloseKey. Any thread.
-  [[nodiscard]] virtual ErrorCode OpenSubKey(Platform::HKEY rootKey, const char16_t* subKey, Platform::HKEY* result) = 0;
+  [[nodiscard]] virtual ErrorCode OpenSubKey(Platform::HKEY rootKey, const char16_t* subKey,
+                                             Platform::HKEY* result) = 0;
 };
 
 }  // namespace StorageSystem::Registry

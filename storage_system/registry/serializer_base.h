@@ -37,7 +37,8 @@ protected:
     if (destination != nullptr) {
       if (*destinationSize < size) {
         return RaiseError(
-            "StorageSystem::ASerializerBase<class Common::CExtensible<class StorageSystem::ISerializer> >::RawBinaryCopy",
+            "StorageSystem::ASerializerBase<class Common::CExtensible<class StorageSystem::ISerializer> "
+            ">::RawBinaryCopy",
             ErrorOutOfBounds, u"Buffer too small");
       }
       if (size != 0) std::memcpy(destination, source, size);

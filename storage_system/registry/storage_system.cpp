@@ -52,9 +52,8 @@ ErrorCode OpenStorageSystem(const StorageSystemParameters& parameters, IStorageS
 
   if (applySecurity) {
     // Security information 32, as the product has always passed it.
-    Platform::RegSetKeySecurity(open.key, 32,
-                                open.securityAttributes != nullptr ? open.securityAttributes->lpSecurityDescriptor
-                                                                   : nullptr);
+    Platform::RegSetKeySecurity(
+        open.key, 32, open.securityAttributes != nullptr ? open.securityAttributes->lpSecurityDescriptor : nullptr);
   }
   storageSystem->SetReleaseHandler(releaseHandler);
   *result = storageSystem.Detach();

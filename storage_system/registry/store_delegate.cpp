@@ -133,12 +133,11 @@ ErrorCode CStoreDelegate::DeleteStore(const char16_t* path) {
 }
 
 ErrorCode CStoreDelegate::OpenValue(const char16_t* path, IRegistryValue** result, std::uint32_t flags,
-                                    const ITypeDescription* type, const void* defaultData,
-                                    std::uint32_t defaultSize) {
+                                    const ITypeDescription* type, const void* defaultData, std::uint32_t defaultSize) {
   static constexpr const char* kName = "StorageSystem::Registry::CStoreDelegate::OpenValue";
   if (type == nullptr && (flags & kWriteAccessFlags) != 0) {
-    return RaiseError(kName, ErrorCannotOpen, u"Write access denied for Registry key '%s'. You must specify a data type.",
-                      path);
+    return RaiseError(kName, ErrorCannotOpen,
+                      u"Write access denied for Registry key '%s'. You must specify a data type.", path);
   }
 
   Platform::ComPtr<IRegistryValue> value;
@@ -156,8 +155,8 @@ ErrorCode CStoreDelegate::OpenValue(const char16_t* path, IRegistryValue** resul
   if (type == nullptr && (m_flags & kWriteAccessFlags) != 0 && (flags & SF_INHERIT) != 0) {
     flags &= ~(SF_INHERIT | kWriteAccessFlags);
     flags |= m_flags & ~kWriteAccessFlags;
-    LogWrite(LogLevelWarning, kLogTag, u"WARNING: All access rights could not be inherited when opening Registry value '%s'",
-             parent);
+    LogWrite(LogLevelWarning, kLogTag,
+             u"WARNING: All access rights could not be inherited when opening Registry value '%s'", parent);
   }
 
   const ValueParameters parameters = {m_key.Get(), parent, leaf, path, effectiveType, defaultData, defaultSize};
@@ -197,8 +196,8 @@ ErrorCode CStoreDelegate::EnumStores(IEnumTarget* target) {
     if (status == Platform::ERROR_NO_MORE_ITEMS) return ErrorNone;
     if (status != Platform::ERROR_SUCCESS) {
       LogWrite(LogLevelError, kLogTag, u"Error while enumerating subkeys of Registry key %s", m_owner->GetName());
-      return RaiseSystemError("StorageSystem::Registry::CStoreDelegate::EnumStores", static_cast<Platform::DWORD>(status),
-                              "RegEnumKeyExW");
+      return RaiseSystemError("StorageSystem::Registry::CStoreDelegate::EnumStores",
+                              static_cast<Platform::DWORD>(status), "RegEnumKeyExW");
     }
     CStoreEnumItem item(name);
     bool stop = false;
@@ -224,12 +223,14 @@ ErrorCode CStoreDelegate::EnumValues(IEnumTarget* target) {
     const Platform::LSTATUS status =
         Platform::RegEnumValueW(m_key.Get(), index, name, &length, nullptr, &typeId, nullptr, nullptr);
     if (status == Platform::ERROR_MORE_DATA) {
-      if (heapName.Get() != nullptr) return RaiseSystemError(kName, static_cast<Platform::DWORD>(status), "RegEnumValueW");
+      if (heapName.Get() != nullptr)
+        return RaiseSystemError(kName, static_cast<Platform::DWORD>(status), "RegEnumValueW");
       if (ErrorCode code = heapName.Alloc(kHeapCharacters); code != ErrorNone) return code;
       continue;
     }
     if (status == Platform::ERROR_NO_MORE_ITEMS) return ErrorNone;
-    if (status != Platform::ERROR_SUCCESS) return RaiseSystemError(kName, static_cast<Platform::DWORD>(status), "RegEnumValueW");
+    if (status != Platform::ERROR_SUCCESS)
+      return RaiseSystemError(kName, static_cast<Platform::DWORD>(status), "RegEnumValueW");
 
     const NativeTypeInfo* row = nullptr;
     if (ErrorCode code = GetNativeTypeInfo(typeId, &row); code != ErrorNone) return code;

@@ -106,14 +106,16 @@ ErrorCode CStoreDelegate::InitializeNotif() {
   // have always had.
   if (event == nullptr) {
     return RaiseSystemError(
-        "StorageSystem::Registry::CStoreDelegate::InitializeNotif::<lambda_8306077b3ab66265f1d8acda6a075ece>::operator ()",
+        "StorageSystem::Registry::CStoreDelegate::InitializeNotif::<lambda_8306077b3ab66265f1d8acda6a075ece>::operator "
+        "()",
         Platform::GetLastError(), "CreateEventW");
   }
   Platform::HANDLE wait = nullptr;
   if (!Platform::RegisterWaitForSingleObject(&wait, event, WaitCallback, this, Platform::INFINITE,
                                              Platform::WT_EXECUTEDEFAULT)) {
     const ErrorCode code = RaiseSystemError(
-        "StorageSystem::Registry::CStoreDelegate::InitializeNotif::<lambda_72124b9239967a7f5d108275188d3aee>::operator ()",
+        "StorageSystem::Registry::CStoreDelegate::InitializeNotif::<lambda_72124b9239967a7f5d108275188d3aee>::operator "
+        "()",
         Platform::GetLastError(), "RegisterWaitForSingleObject");
     Platform::CloseHandle(event);
     return code;

@@ -81,8 +81,8 @@ Platform::LSTATUS RegSetKeyValueHelper(Platform::HKEY key, const char16_t* subKe
 
   // The parent key is volatile, so the missing subkey must be made volatile too.
   Platform::HKEY created = nullptr;
-  status = Platform::RegCreateKeyExW(key, subKey, 0, nullptr, Platform::REG_OPTION_VOLATILE,
-                                     Platform::kKeyReadWrite, nullptr, &created, nullptr);
+  status = Platform::RegCreateKeyExW(key, subKey, 0, nullptr, Platform::REG_OPTION_VOLATILE, Platform::kKeyReadWrite,
+                                     nullptr, &created, nullptr);
   if (status < 0) return status;
   status = Platform::RegSetValueExW(created, name, 0, type, static_cast<const Platform::BYTE*>(data), size);
   Platform::RegCloseKey(created);

@@ -20,16 +20,16 @@ constexpr const char16_t* kRoutingTestKey = u"Software\\HalcyraTests\\Routing";
 
 class DeviceRoutingDataSystemTest : public ::testing::Test {
 protected:
-  DeviceRoutingDataSystemTest() {
-    Platform::RegDeleteTreeW(Platform::HKEY_CURRENT_USER, kRoutingTestKey);
-  }
+  DeviceRoutingDataSystemTest() { Platform::RegDeleteTreeW(Platform::HKEY_CURRENT_USER, kRoutingTestKey); }
   void SetUp() override {
-    const StorageSystem::Registry::StorageSystemParameters parameters = {
-        Platform::HKEY_CURRENT_USER, kRoutingTestKey, Platform::KEY_WOW64_64KEY, nullptr,
-        StorageSystem::GetProcessAllocator(), 0};
-    ASSERT_EQ(StorageSystem::Registry::OpenStorageSystem(parameters, &storage,
-                                                         AccessFromFlags(&DeviceRoutingDataSystemModel(), 0), nullptr,
-                                                         false),
+    const StorageSystem::Registry::StorageSystemParameters parameters = {Platform::HKEY_CURRENT_USER,
+                                                                         kRoutingTestKey,
+                                                                         Platform::KEY_WOW64_64KEY,
+                                                                         nullptr,
+                                                                         StorageSystem::GetProcessAllocator(),
+                                                                         0};
+    ASSERT_EQ(StorageSystem::Registry::OpenStorageSystem(
+                  parameters, &storage, AccessFromFlags(&DeviceRoutingDataSystemModel(), 0), nullptr, false),
               ErrorNone);
   }
   ~DeviceRoutingDataSystemTest() override {
@@ -53,12 +53,12 @@ TEST_F(DeviceRoutingDataSystemTest, BuildsTheTreeBelowTheRootModelsGuidWithEvery
   ASSERT_EQ(dataSystem->GetItem(u"Profiles.bVacRoutingState", &routing), ErrorNone);
   EXPECT_EQ(*static_cast<IValueT<bool>*>(routing->GetInterface(&IID_IValueBool))->Get(), false);
   Platform::DWORD stored = 7, size = sizeof stored;
-  EXPECT_EQ(Platform::RegGetValueW(Platform::HKEY_CURRENT_USER,
-                                   u"Software\\HalcyraTests\\Routing\\{A7FAF9D6-CD2F-4B99-89C3-5B8CF5451651}\\"
-                                   u"{2D892500-1F2C-4141-B46B-2A6BD660E61D}",
-                                   u"{E3C373EE-ABAB-4D5F-81E3-FC4607FD963A}", Platform::RRF_RT_ANY, nullptr, &stored,
-                                   &size),
-            Platform::ERROR_SUCCESS);
+  EXPECT_EQ(
+      Platform::RegGetValueW(Platform::HKEY_CURRENT_USER,
+                             u"Software\\HalcyraTests\\Routing\\{A7FAF9D6-CD2F-4B99-89C3-5B8CF5451651}\\"
+                             u"{2D892500-1F2C-4141-B46B-2A6BD660E61D}",
+                             u"{E3C373EE-ABAB-4D5F-81E3-FC4607FD963A}", Platform::RRF_RT_ANY, nullptr, &stored, &size),
+      Platform::ERROR_SUCCESS);
   EXPECT_EQ(stored & 0xFF, 0u);
   EXPECT_EQ(dataSystem->GetFlags(), 0u);
   dataSystem->Release();

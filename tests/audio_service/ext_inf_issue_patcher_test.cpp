@@ -128,8 +128,7 @@ TEST_F(ExtInfIssuePatcherTest, OnlyTheThirdMarkerMissingGivesOneWriteOfTheNumber
   ExtInfIssuePatcher::PatchSupportedDevices();
   std::vector<CallRecord> writes = machine.audio.Calls().CallsOf("IPolicyConfig::SetPropertyValue");
   ASSERT_EQ(writes.size(), 1u);
-  EXPECT_EQ(writes[0].arguments,
-            Simulator::Narrow(id) + ", 0, {8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369},0, VT_UI4 1");
+  EXPECT_EQ(writes[0].arguments, Simulator::Narrow(id) + ", 0, {8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369},0, VT_UI4 1");
   EXPECT_TRUE(LoggedPatch());
 }
 
@@ -138,8 +137,7 @@ TEST_F(ExtInfIssuePatcherTest, DisabledAndUnpluggedEndpointsAreExaminedAndAbsent
   std::u16string unplugged = AddProductEndpoint(kKey2, DEVICE_STATE_UNPLUGGED, eCapture);
   std::u16string absent = AddProductEndpoint(kKey3, DEVICE_STATE_NOTPRESENT);
   ExtInfIssuePatcher::PatchSupportedDevices();
-  EXPECT_EQ(machine.audio.Calls().CallsOf("IMMDeviceEnumerator::EnumAudioEndpoints").at(0).arguments,
-            "2, 0x0000000B");
+  EXPECT_EQ(machine.audio.Calls().CallsOf("IMMDeviceEnumerator::EnumAudioEndpoints").at(0).arguments, "2, 0x0000000B");
   EXPECT_EQ(machine.Property(disabled, false, kMarker3), "VT_UI4 1");
   EXPECT_EQ(machine.Property(unplugged, false, kMarker3), "VT_UI4 1");
   EXPECT_EQ(machine.Property(absent, false, kMarker3), "VT_EMPTY");

@@ -19,9 +19,9 @@ protected:
   // The simulated device of an endpoint, through the enumerator as the services reach it.
   IMMDevice* Device(const std::u16string& id) {
     void* object = nullptr;
-    EXPECT_EQ(CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator,
-                               &object),
-              S_OK);
+    EXPECT_EQ(
+        CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_INPROC_SERVER, IID_IMMDeviceEnumerator, &object),
+        S_OK);
     auto* enumerator = static_cast<IMMDeviceEnumerator*>(object);
     IMMDevice* device = nullptr;
     EXPECT_EQ(enumerator->GetDevice(id.c_str(), &device), S_OK);
@@ -42,8 +42,10 @@ TEST_F(GetHWIDTest, StringPropertyComesBackAsAHeapCopyOwnedByTheCaller) {
   // Read-only access, on the key {B3F8FA53-0004-438E-9003-51A46E139BFC},2.
   EXPECT_EQ(machine.audio.Calls().CallsOf("IMMDevice::OpenPropertyStore").at(0).arguments,
             Simulator::Narrow(Simulator::EndpointRegistry::EndpointId(eRender, kKey)) + ", 0x00000000");
-  EXPECT_NE(machine.audio.Calls().CallsOf("IPropertyStore::GetValue").at(0).arguments.find(
-                "{B3F8FA53-0004-438E-9003-51A46E139BFC},2"),
+  EXPECT_NE(machine.audio.Calls()
+                .CallsOf("IPropertyStore::GetValue")
+                .at(0)
+                .arguments.find("{B3F8FA53-0004-438E-9003-51A46E139BFC},2"),
             std::string::npos);
   device->Release();
 }

@@ -394,8 +394,8 @@ protected:
   void WriteEnableFromAnotherProcess(const std::u16string& key, DWORD value) {
     const std::string path = "HKLM\\" + Simulator::Narrow(machine.StorePath(eCapture, key, true));
     const Testing::ChildProcess::Result result = Testing::ChildProcess::Run(
-        HALCYRA_REG_TOOL, {"add", path, "/v", Simulator::Narrow(kBssEnableName), "/t", "REG_DWORD", "/d",
-                           std::to_string(value), "/f"});
+        HALCYRA_REG_TOOL,
+        {"add", path, "/v", Simulator::Narrow(kBssEnableName), "/t", "REG_DWORD", "/d", std::to_string(value), "/f"});
     ASSERT_EQ(result.exitCode, 0) << result.output << result.error;
   }
 };

@@ -28,10 +28,14 @@ constexpr const char16_t* kRoutingValue = u"{E3C373EE-ABAB-4D5F-81E3-FC4607FD963
 class VADStateSynchronizerTest : public ::testing::Test {
 protected:
   VADStateSynchronizerTest() : synchronizer(std::make_unique<VADStateSynchronizer>()) {
-    vadOut = machine.AddEndpoint(eRender, u"{5AD00000-0000-4000-8000-000000000001}", DEVICE_STATE_ACTIVE, u"ROOT\\MEDIA\\QuillonHL3Vad\\0000");
-    vadIn = machine.AddEndpoint(eCapture, u"{5AD00000-0000-4000-8000-000000000002}", DEVICE_STATE_ACTIVE, u"root\\media\\quillonhl3VAD\\0001");
-    unplugged = machine.AddEndpoint(eRender, u"{5AD00000-0000-4000-8000-000000000003}", DEVICE_STATE_UNPLUGGED, u"ROOT\\QuillonHL3Vad\\0002");
-    speakers = machine.AddEndpoint(eRender, u"{5AD00000-0000-4000-8000-000000000004}", DEVICE_STATE_ACTIVE, u"HDAUDIO\\FUNC_01&VEN_10EC");
+    vadOut = machine.AddEndpoint(eRender, u"{5AD00000-0000-4000-8000-000000000001}", DEVICE_STATE_ACTIVE,
+                                 u"ROOT\\MEDIA\\QuillonHL3Vad\\0000");
+    vadIn = machine.AddEndpoint(eCapture, u"{5AD00000-0000-4000-8000-000000000002}", DEVICE_STATE_ACTIVE,
+                                u"root\\media\\quillonhl3VAD\\0001");
+    unplugged = machine.AddEndpoint(eRender, u"{5AD00000-0000-4000-8000-000000000003}", DEVICE_STATE_UNPLUGGED,
+                                    u"ROOT\\QuillonHL3Vad\\0002");
+    speakers = machine.AddEndpoint(eRender, u"{5AD00000-0000-4000-8000-000000000004}", DEVICE_STATE_ACTIVE,
+                                   u"HDAUDIO\\FUNC_01&VEN_10EC");
   }
   ~VADStateSynchronizerTest() override {
     // The pipelines hold the synchronizer until the process ends: it goes only once they are quiet.
@@ -109,8 +113,7 @@ TEST_F(VADStateSynchronizerTest, StartWithTheDefaultFalseHidesOnlyTheActiveVadEn
   Start();
   EXPECT_EQ(Routing(), 0);
   Settle();
-  EXPECT_EQ(VisibilityCalls(),
-            (std::vector<std::string>{Call(vadOut, "0x00000000"), Call(vadIn, "0x00000000")}));
+  EXPECT_EQ(VisibilityCalls(), (std::vector<std::string>{Call(vadOut, "0x00000000"), Call(vadIn, "0x00000000")}));
   EXPECT_EQ(State(vadOut), DEVICE_STATE_DISABLED);
   EXPECT_EQ(State(vadIn), DEVICE_STATE_DISABLED);
   EXPECT_EQ(State(speakers), DEVICE_STATE_ACTIVE);
@@ -137,8 +140,7 @@ TEST_F(VADStateSynchronizerTest, AValueWrittenByAnotherWriterShowsTheVadEndpoint
   WriteRouting(1);
   ASSERT_TRUE(Calls().WaitForCount(kVisibility, 2, 5000));
   Settle();
-  EXPECT_EQ(VisibilityCalls(),
-            (std::vector<std::string>{Call(vadOut, "0xFFFFFFFF"), Call(vadIn, "0xFFFFFFFF")}));
+  EXPECT_EQ(VisibilityCalls(), (std::vector<std::string>{Call(vadOut, "0xFFFFFFFF"), Call(vadIn, "0xFFFFFFFF")}));
   EXPECT_EQ(State(vadOut), DEVICE_STATE_ACTIVE);
   EXPECT_EQ(State(vadIn), DEVICE_STATE_ACTIVE);
   EXPECT_EQ(Routing(), 1);

@@ -40,7 +40,8 @@ TEST_F(DataSystemConcurrencyTest, FourClientThreadsAWriterProcessAndMonitorsThat
   ASSERT_EQ(Open(), ErrorNone) << capture.Text();
   IStore* settings = Store(u"Settings");
   ChildProcess writer;
-  const std::string writerKey = Platform::Utf16ToUtf8(sandbox.RootPath() + u"\\" + SettingsKey() + u"\\" + Name(Schema::kInnerGuid));
+  const std::string writerKey =
+      Platform::Utf16ToUtf8(sandbox.RootPath() + u"\\" + SettingsKey() + u"\\" + Name(Schema::kInnerGuid));
   ASSERT_TRUE(writer.Start(HALCYRA_REGISTRY_CHILD, {"writer", writerKey, "60"}));
 
   std::atomic<bool> stop{false};

@@ -44,8 +44,8 @@ TEST_F(CrossProcessDataSystemTest, AnInstanceAddedByAnotherProcessIsHeardAsAnIns
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_TRUE(WaitUntilWatched(monitor));
-  Reg({"add", SettingsCommandPath(Name(Schema::kProfileGuid, 3)), "/v", Platform::Utf16ToUtf8(Name(Schema::kWeightGuid)), "/t",
-       "REG_DWORD", "/d", "42", "/f"});
+  Reg({"add", SettingsCommandPath(Name(Schema::kProfileGuid, 3)), "/v",
+       Platform::Utf16ToUtf8(Name(Schema::kWeightGuid)), "/t", "REG_DWORD", "/d", "42", "/f"});
   std::vector<HeardNotification> heard = Settle(monitor, 1);
   ASSERT_EQ(heard.size(), 1u);
   EXPECT_EQ(heard[0].kind, HeardNotification::ItemInsert);
@@ -88,8 +88,8 @@ TEST_F(CrossProcessDataSystemTest, AValueChangedByAnotherProcessIsHeardExactlyOn
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_TRUE(WaitUntilWatched(monitor));
-  Reg({"add", SettingsCommandPath(Name(Schema::kInnerGuid)), "/v", Platform::Utf16ToUtf8(Name(Schema::kCountGuid)), "/t", "REG_DWORD",
-       "/d", "9", "/f"});
+  Reg({"add", SettingsCommandPath(Name(Schema::kInnerGuid)), "/v", Platform::Utf16ToUtf8(Name(Schema::kCountGuid)),
+       "/t", "REG_DWORD", "/d", "9", "/f"});
   std::vector<HeardNotification> heard = Settle(monitor, 1);
   ASSERT_EQ(heard.size(), 1u);
   EXPECT_EQ(heard[0].kind, HeardNotification::ValueChange);
@@ -128,14 +128,16 @@ TEST_F(CrossProcessDataSystemTest, AValueRetypedByAnotherProcessFailsItsRefreshA
   RecordingMonitor monitor;
   ASSERT_EQ(settings->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorNone);
   ASSERT_TRUE(WaitUntilWatched(monitor));
-  Reg({"add", SettingsCommandPath(), "/v", Platform::Utf16ToUtf8(Name(Schema::kLevelGuid)), "/t", "REG_SZ", "/d", "garbage", "/f"});
-  Reg({"add", SettingsCommandPath(Name(Schema::kInnerGuid)), "/v", Platform::Utf16ToUtf8(Name(Schema::kCountGuid)), "/t", "REG_DWORD",
-       "/d", "12", "/f"});
+  Reg({"add", SettingsCommandPath(), "/v", Platform::Utf16ToUtf8(Name(Schema::kLevelGuid)), "/t", "REG_SZ", "/d",
+       "garbage", "/f"});
+  Reg({"add", SettingsCommandPath(Name(Schema::kInnerGuid)), "/v", Platform::Utf16ToUtf8(Name(Schema::kCountGuid)),
+       "/t", "REG_DWORD", "/d", "12", "/f"});
   ASSERT_TRUE(monitor.WaitFor(1)) << capture.Text();
   std::vector<HeardNotification> heard = monitor.Heard();
   EXPECT_EQ(heard.back().path, "TestData.Settings.Inner.Count");
-  EXPECT_TRUE(Logged("Failed to update value 'TestData.Settings.Level'. The value was probably deleted, trying with "
-                     "next one."))
+  EXPECT_TRUE(
+      Logged("Failed to update value 'TestData.Settings.Level'. The value was probably deleted, trying with "
+             "next one."))
       << capture.Text();
   // The cache keeps what was last read: one of the two values of the watch's priming.
   std::uint32_t level = *Value<std::uint32_t>(u"Settings.Level")->Get();

@@ -14,8 +14,8 @@ using namespace DataSystem;
 std::string Narrow16(const char16_t* text) { return text == nullptr ? std::string("(null)") : Text(text); }
 
 void RecordingMonitor::Record(HeardNotification::Kind kind, IItem* item, bool direct) {
-  HeardNotification heard{kind, item, Narrow16(item->GetPath()), item->IsAlive() != 0, direct,
-                          std::this_thread::get_id()};
+  HeardNotification heard{
+      kind, item, Narrow16(item->GetPath()), item->IsAlive() != 0, direct, std::this_thread::get_id()};
   {
     std::lock_guard<std::mutex> guard(m_mutex);
     m_heard.push_back(heard);

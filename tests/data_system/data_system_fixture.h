@@ -92,8 +92,9 @@ protected:
   template <class T>
   DataSystem::IValueT<T>* Value(const char16_t* path) {
     auto* item = Item(path);
-    return item == nullptr ? nullptr
-                           : static_cast<DataSystem::IValueT<T>*>(item->GetInterface(&DataSystem::kValueInterfaceId<T>));
+    return item == nullptr
+               ? nullptr
+               : static_cast<DataSystem::IValueT<T>*>(item->GetInterface(&DataSystem::kValueInterfaceId<T>));
   }
   DataSystem::IStore* Store(const char16_t* path);
 

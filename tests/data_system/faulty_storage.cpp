@@ -118,7 +118,9 @@ public:
   }
   ErrorCode DeleteValue(const char16_t* path) override { return m_inner->DeleteValue(path); }
   bool IsEmpty() override { return m_inner->IsEmpty(); }
-  ErrorCode RegisterMonitor(StorageSystem::IStoreMonitor* monitor) override { return m_inner->RegisterMonitor(monitor); }
+  ErrorCode RegisterMonitor(StorageSystem::IStoreMonitor* monitor) override {
+    return m_inner->RegisterMonitor(monitor);
+  }
   ErrorCode UnregisterMonitor(StorageSystem::IStoreMonitor* monitor) override {
     return m_inner->UnregisterMonitor(monitor);
   }

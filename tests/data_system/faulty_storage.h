@@ -56,7 +56,9 @@ public:
                       const ITypeDescription* type, const void* defaultData, std::uint32_t defaultSize) override;
   ErrorCode DeleteValue(const char16_t* path) override { return m_inner->DeleteValue(path); }
   bool IsEmpty() override { return m_inner->IsEmpty(); }
-  ErrorCode RegisterMonitor(StorageSystem::IStoreMonitor* monitor) override { return m_inner->RegisterMonitor(monitor); }
+  ErrorCode RegisterMonitor(StorageSystem::IStoreMonitor* monitor) override {
+    return m_inner->RegisterMonitor(monitor);
+  }
   ErrorCode UnregisterMonitor(StorageSystem::IStoreMonitor* monitor) override {
     return m_inner->UnregisterMonitor(monitor);
   }

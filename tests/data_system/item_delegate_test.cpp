@@ -69,7 +69,8 @@ TEST_F(CItemDelegateTest, GetStoreFlagsOfAnInheritingStoreAreItsParents) {
 TEST_F(CItemDelegateTest, GetRightsOnTheDataSystemObjectIsZero) {
   EXPECT_EQ(dataSystem->GetRights(), 0u);
   EXPECT_EQ(Store(u"Settings")->GetRights(), static_cast<std::uint32_t>(RIGHT_READ | RIGHT_WRITE | RIGHT_MONITOR));
-  EXPECT_EQ(Store(u"Settings.Inner")->GetRights(), static_cast<std::uint32_t>(RIGHT_READ | RIGHT_WRITE | RIGHT_MONITOR));
+  EXPECT_EQ(Store(u"Settings.Inner")->GetRights(),
+            static_cast<std::uint32_t>(RIGHT_READ | RIGHT_WRITE | RIGHT_MONITOR));
 }
 
 TEST_F(CItemDelegateTest, AComputedDefaultGetsTheItemsLogicalIndex) {

@@ -50,8 +50,9 @@ TEST_F(CItemVectorIndexerTest, GetItemWithoutIndexOnAVectorReportsOutOfBounds) {
   ItemPathStep step{&Schema::kProfileGuid, kNoIndex, nullptr};
   IItem* item = nullptr;
   EXPECT_EQ(Settings()->GetItem(&step, &item), ErrorOutOfBounds);
-  EXPECT_TRUE(Logged("Error 10 in function DataSystem::CItemVectorIndexerDelegate::GetItem: Trying to access item "
-                     "vector 'Profile' without index"))
+  EXPECT_TRUE(
+      Logged("Error 10 in function DataSystem::CItemVectorIndexerDelegate::GetItem: Trying to access item "
+             "vector 'Profile' without index"))
       << capture.Text();
   ItemPathStep beyond{&Schema::kProfileGuid, 4, nullptr};
   EXPECT_EQ(Settings()->GetItem(&beyond, &item), ErrorOutOfBounds);
@@ -64,8 +65,9 @@ TEST_F(CItemVectorIndexerTest, GetItemIndexOfAnItemThatIsNoInstanceReturnsNoInde
   ASSERT_EQ(profile->Erase(), ErrorNone);
   auto* internal = static_cast<IStoreInternal*>(Settings()->GetInterface(&IID_IStoreInternal));
   EXPECT_EQ(internal->GetItemIndex(profile), kNoIndex);
-  EXPECT_TRUE(Logged("Error 11 in function DataSystem::CItemVectorIndexerDelegate::GetItemIndex: Item '[item was "
-                     "deleted]' not found - was probably deleted"))
+  EXPECT_TRUE(
+      Logged("Error 11 in function DataSystem::CItemVectorIndexerDelegate::GetItemIndex: Item '[item was "
+             "deleted]' not found - was probably deleted"))
       << capture.Text();
   EXPECT_EQ(internal->GetItemPhysicalIndex(profile), kNoIndex);
   EXPECT_TRUE(Logged("in function DataSystem::CItemVectorIndexerDelegate::GetItemPhysicalIndex"));

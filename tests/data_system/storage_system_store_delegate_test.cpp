@@ -75,12 +75,13 @@ TEST_F(CStorageSystemStoreDelegateTest, AValueBelowAVectorInstanceHasTheStorageP
             "/" + Narrow16(Name(Schema::kProfileGuid, 3).c_str()) + "/" + Narrow16(Name(Schema::kStateGuid).c_str()));
   EXPECT_EQ(Narrow16(Facet(u"Settings.Profile[3]")->GetStoragePath()),
             "/" + Narrow16(Name(Schema::kProfileGuid, 3).c_str()) + "/");
-  EXPECT_EQ(Narrow16(Facet(u"Settings.Inner")->GetStoragePath()), "/" + Narrow16(Name(Schema::kInnerGuid).c_str()) + "/");
+  EXPECT_EQ(Narrow16(Facet(u"Settings.Inner")->GetStoragePath()),
+            "/" + Narrow16(Name(Schema::kInnerGuid).c_str()) + "/");
   EXPECT_EQ(Narrow16(Facet(u"Settings")->GetStoragePath()), "/");
   EXPECT_EQ(valueFacet->GetStore(), static_cast<IStore*>(Settings()));
-  EXPECT_EQ(GetRaw((SettingsKey() + u"\\" + Name(Schema::kProfileGuid, 3)).c_str(), Name(Schema::kStateGuid).c_str())
-                .status,
-            Platform::ERROR_SUCCESS);
+  EXPECT_EQ(
+      GetRaw((SettingsKey() + u"\\" + Name(Schema::kProfileGuid, 3)).c_str(), Name(Schema::kStateGuid).c_str()).status,
+      Platform::ERROR_SUCCESS);
 }
 
 TEST_F(CStorageSystemStoreDelegateTest, StorageNamesAreGuidTextOrModelNamesWithThePhysicalIndex) {
@@ -116,7 +117,8 @@ TEST_F(CStorageSystemStoreDelegateTest, RightsFlagsAndCacheModesFollowModelsPare
   EXPECT_EQ(Store(u"Archive.Watched")->GetNotificationFlags(), watched | NOTIFY_OWN_SUBSCRIPTION);
   EXPECT_EQ(Facet(u"Settings")->GetValueCacheMode(), static_cast<std::uint32_t>(CACHE_LAZY | CACHE_ON_WRITE));
   EXPECT_EQ(Facet(u"Settings.Inner")->GetValueCacheMode(), static_cast<std::uint32_t>(CACHE_LAZY | CACHE_ON_WRITE));
-  EXPECT_EQ(Facet(u"Archive")->GetValueCacheMode(), static_cast<std::uint32_t>(CACHE_LAZY | CACHE_NONE | CACHE_ON_WRITE));
+  EXPECT_EQ(Facet(u"Archive")->GetValueCacheMode(),
+            static_cast<std::uint32_t>(CACHE_LAZY | CACHE_NONE | CACHE_ON_WRITE));
   EXPECT_EQ(Facet(u"Settings")->GetAccessMask(), 0x270u);
   EXPECT_EQ(Facet(u"Settings.Inner")->GetAccessMask(), 0u);
   EXPECT_EQ(Facet(u"Settings.Inner")->GetOwnStorageStore(), nullptr);
@@ -135,7 +137,8 @@ TEST_F(CStorageSystemStoreDelegateTest, AStoreWhoseStorageLacksNotificationsHasI
   faults.maskedCapabilities = StorageSystem::StorageCapabilityNotifications;
   ASSERT_EQ(OpenFaulty(), ErrorNone) << capture.Text();
   EXPECT_EQ(Settings()->GetNotificationFlags(), static_cast<std::uint32_t>(NOTIFY_INSERT_ERASE));
-  EXPECT_EQ(Facet(u"Settings")->GetValueCacheMode(), static_cast<std::uint32_t>(CACHE_LAZY | CACHE_NONE | CACHE_ON_WRITE));
+  EXPECT_EQ(Facet(u"Settings")->GetValueCacheMode(),
+            static_cast<std::uint32_t>(CACHE_LAZY | CACHE_NONE | CACHE_ON_WRITE));
   auto* level = Value<std::uint32_t>(u"Settings.Level");
   EXPECT_EQ(*level->Get(), 5u);
   WriteDword(SettingsKey(), Name(Schema::kLevelGuid), 8);

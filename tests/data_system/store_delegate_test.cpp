@@ -64,8 +64,9 @@ TEST_F(CStoreDelegateTest, GetItemReportsWholePathWhenIndexIsOutOfRange) {
   IItem* item = nullptr;
   EXPECT_EQ(dataSystem->GetItem(u"Settings.Profile[7].bState", &item), ErrorNotFound);
   EXPECT_EQ(item, nullptr);
-  EXPECT_TRUE(Logged("Error 14 in function DataSystem::CStoreDelegate::GetItem: Could not find item "
-                     "'Profile[7].bState' in store 'Settings'"))
+  EXPECT_TRUE(
+      Logged("Error 14 in function DataSystem::CStoreDelegate::GetItem: Could not find item "
+             "'Profile[7].bState' in store 'Settings'"))
       << capture.Text();
 }
 
@@ -87,8 +88,9 @@ TEST_F(CStoreDelegateTest, GetItemByStepOfAnUnknownGuidWithAnIndexReportsGuidAnd
   ItemPathStep step{&unknown, 3, nullptr};
   IItem* item = nullptr;
   EXPECT_EQ(dataSystem->GetItem(&step, &item), ErrorNotFound);
-  EXPECT_TRUE(Logged("Error 14 in function DataSystem::CStoreDelegate::GetDirectChildItem: Could not find item "
-                     "'{11111111-2222-3333-4444-555555555555}[3]'"))
+  EXPECT_TRUE(
+      Logged("Error 14 in function DataSystem::CStoreDelegate::GetDirectChildItem: Could not find item "
+             "'{11111111-2222-3333-4444-555555555555}[3]'"))
       << capture.Text();
   ItemPathStep plain{&unknown, kNoIndex, nullptr};
   EXPECT_EQ(dataSystem->GetItem(&plain, &item), ErrorNotFound);
@@ -101,8 +103,9 @@ TEST_F(CStoreDelegateTest, GetItemByStepsBelowAValueReportsThatItIsNoStoreUnderT
   const ItemPathStep top{&Schema::kSettingsGuid, kNoIndex, &level};
   IItem* item = nullptr;
   EXPECT_EQ(dataSystem->GetItem(&top, &item), ErrorNotFound);
-  EXPECT_TRUE(Logged("Error 14 in function DataSystem::CStoreDelegate::GetItem: Could not find item: item "
-                     "'TestData.Settings.Level' is not a store"))
+  EXPECT_TRUE(
+      Logged("Error 14 in function DataSystem::CStoreDelegate::GetItem: Could not find item: item "
+             "'TestData.Settings.Level' is not a store"))
       << capture.Text();
 }
 
@@ -141,14 +144,16 @@ TEST_F(CStoreDelegateTest, InsertAndEraseOnAReadOnlyDataSystemFailWith12AndNameT
   settings = Store(u"Settings");
   IItem* item = nullptr;
   EXPECT_EQ(settings->InsertDefaultItem(u"Profile", &item), ErrorInvalidOperation);
-  EXPECT_TRUE(Logged("Error 12 in function DataSystem::CStoreDelegate::InsertDefaultItem: Cannot create new item: "
-                     "Data system 'TestData' is read-only"))
+  EXPECT_TRUE(
+      Logged("Error 12 in function DataSystem::CStoreDelegate::InsertDefaultItem: Cannot create new item: "
+             "Data system 'TestData' is read-only"))
       << capture.Text();
   IItem* profile = Item(u"Settings.Profile[0]");
   ASSERT_NE(profile, nullptr);
   EXPECT_EQ(profile->Erase(), ErrorInvalidOperation);
-  EXPECT_TRUE(Logged("Error 12 in function DataSystem::CStoreDelegate::EraseItem: Cannot delete item: "
-                     "Data system 'TestData' is read-only"));
+  EXPECT_TRUE(
+      Logged("Error 12 in function DataSystem::CStoreDelegate::EraseItem: Cannot delete item: "
+             "Data system 'TestData' is read-only"));
   EXPECT_EQ(settings->GetItemCount(&Schema::kProfileGuid), 1u);
 }
 
@@ -166,8 +171,9 @@ TEST_F(CStoreDelegateTest, EnumItemsWithAModelIdFailsWithNotImplemented) {
   PathCollector collector;
   ItemEnumFilter filter{0, nullptr, &Schema::kLevelGuid};
   EXPECT_EQ(settings->EnumItems(&collector, &filter), ErrorNotImplemented);
-  EXPECT_TRUE(Logged("Error 20 in function DataSystem::CStoreDelegate::EnumItemsBase: Support for model GUID "
-                     "enumeration not implemented yet"));
+  EXPECT_TRUE(
+      Logged("Error 20 in function DataSystem::CStoreDelegate::EnumItemsBase: Support for model GUID "
+             "enumeration not implemented yet"));
   EXPECT_TRUE(collector.paths.empty());
 }
 
@@ -175,19 +181,13 @@ TEST_F(CStoreDelegateTest, EnumItemsGivesValuesThenStoresThenDescendsAfterAllDir
   PathCollector collector;
   ItemEnumFilter filter{1, nullptr, nullptr};
   ASSERT_EQ(dataSystem->EnumItems(&collector, &filter), ErrorNone);
-  std::vector<std::string> expected = {"TestData.Settings",
-                                       "TestData.Archive",
-                                       "TestData.Settings.Enabled",
-                                       "TestData.Settings.Level",
-                                       "TestData.Settings.Title",
-                                       "TestData.Settings.Id",
-                                       "TestData.Settings.Inner",
-                                       "TestData.Settings.Inner.Count",
+  std::vector<std::string> expected = {"TestData.Settings", "TestData.Archive", "TestData.Settings.Enabled",
+                                       "TestData.Settings.Level", "TestData.Settings.Title", "TestData.Settings.Id",
+                                       "TestData.Settings.Inner", "TestData.Settings.Inner.Count",
                                        "TestData.Archive.Plain",
                                        // A display name keeps 127 characters.
                                        "TestData.Archive." + Narrow16(Schema::kLongName).substr(0, 127),
-                                       "TestData.Archive.Watched",
-                                       "TestData.Archive.Watched.Value"};
+                                       "TestData.Archive.Watched", "TestData.Archive.Watched.Value"};
   EXPECT_EQ(collector.paths, expected);
 }
 
@@ -222,8 +222,9 @@ TEST_F(CStoreDelegateTest, RegisterMonitorWithAnUnknownModeFailsWith11AndTwiceWi
 TEST_F(CStoreDelegateTest, RegisterMonitorOnTheDataSystemObjectFailsWithAccessDenied) {
   NullMonitor monitor;
   EXPECT_EQ(dataSystem->RegisterMonitor(&monitor, MONITOR_DIRECT), ErrorAccessDenied);
-  EXPECT_TRUE(Logged("Error 8 in function DataSystem::CStoreDelegate::RegisterMonitor: Store 'TestData' does not "
-                     "have monitoring rights"));
+  EXPECT_TRUE(
+      Logged("Error 8 in function DataSystem::CStoreDelegate::RegisterMonitor: Store 'TestData' does not "
+             "have monitoring rights"));
 }
 
 TEST_F(CStoreDelegateTest, RegisterMonitorOnAStoreWithoutWatchLogsWhatItWillNotHear) {
@@ -240,8 +241,9 @@ TEST_F(CStoreDelegateTest, RegisterMonitorOnAStoreWithoutWatchLogsWhatItWillNotH
 TEST_F(CStoreDelegateTest, InsertByUnknownNameReportsTheStorePath) {
   IItem* item = nullptr;
   EXPECT_EQ(settings->InsertDefaultItem(u"NoSuchModel", &item), ErrorNotFound);
-  EXPECT_TRUE(Logged("Error 14 in function DataSystem::CStoreDelegate::InsertDefaultItem: Could not find item "
-                     "'NoSuchModel' in store 'TestData.Settings'"));
+  EXPECT_TRUE(
+      Logged("Error 14 in function DataSystem::CStoreDelegate::InsertDefaultItem: Could not find item "
+             "'NoSuchModel' in store 'TestData.Settings'"));
   const Common::GUID unknown = Common::GuidLiteral("11111111-2222-3333-4444-555555555555");
   EXPECT_EQ(settings->InsertDefaultItemByGuid(&unknown, &item), ErrorNotFound);
 }

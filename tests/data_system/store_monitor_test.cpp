@@ -189,8 +189,9 @@ TEST_F(StoreMonitorTest, AValueThatCannotBeReadIsLoggedAndTheScanGoesOnWithTheNe
             Platform::ERROR_SUCCESS);
   ASSERT_EQ(SetRawString(SettingsKey().c_str(), Name(Schema::kTitleGuid).c_str(), u"Changed"), Platform::ERROR_SUCCESS);
   ASSERT_EQ(settings->Update(), ErrorNone);
-  EXPECT_TRUE(Logged("Failed to update value 'TestData.Settings.Level'. The value was probably deleted, trying with "
-                     "next one."))
+  EXPECT_TRUE(
+      Logged("Failed to update value 'TestData.Settings.Level'. The value was probably deleted, trying with "
+             "next one."))
       << capture.Text();
   std::vector<HeardNotification> heard = monitor.Heard();
   ASSERT_EQ(heard.size(), 1u);

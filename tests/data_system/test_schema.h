@@ -56,7 +56,8 @@ inline constexpr Common::GUID kWatchedValueGuid = Common::GuidLiteral("0B6D31C2-
 inline constexpr Common::GUID kLongGuid = Common::GuidLiteral("0B6D31C2-1F2A-4E57-9C9B-2A5A0E7D1012");
 // The 130 characters of the long name.
 inline constexpr const char16_t* kLongName =
-    u"LongNamexxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx";
+    u"LongNamexxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"
+    u"xxxxxxxxxxxxxxxxx";
 inline constexpr Common::GUID kDefaultId = Common::GuidLiteral("6B1C0D2E-3F40-4A5B-8C6D-7E8F90A1B2C3");
 
 CStoreModel& RootModel();
@@ -120,7 +121,8 @@ public:
 
 class CTestDataSystem : public CDataSystem {
 public:
-  CTestDataSystem(std::uint32_t flags, StorageSystem::IStore* storage, StorageSystem::IReleaseHandler* handler = nullptr)
+  CTestDataSystem(std::uint32_t flags, StorageSystem::IStore* storage,
+                  StorageSystem::IReleaseHandler* handler = nullptr)
       : CDataSystem(&RootModel(), flags, storage, handler) {}
   CSingleItemIndexerT<CSettingsStore> settings{&SettingsModel(), this};
   CSingleItemIndexerT<CArchiveStore> archive{&ArchiveModel(), this};

@@ -166,9 +166,7 @@ TEST(BoundaryObjectTest, DestroyBoundaryObjectReplacesDeleteThroughAnInterface) 
   Common::DestroyBoundaryObject(static_cast<ISecond*>(new Twofold(&destroyed)));
   Common::DestroyBoundaryObject(nullptr);
   EXPECT_EQ(destroyed, 1);
-  {
-    std::unique_ptr<ISample, Common::BoundaryObjectDeleter> owned(new Sample(&destroyed));
-  }
+  { std::unique_ptr<ISample, Common::BoundaryObjectDeleter> owned(new Sample(&destroyed)); }
   EXPECT_EQ(destroyed, 2);
 }
 

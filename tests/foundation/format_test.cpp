@@ -63,21 +63,20 @@ int CallV(char16_t* destination, std::size_t capacity, const char16_t* format, .
 
 // Integers of int size, with every flag, width, precision and length modifier that narrows them.
 const FormatCase<int> kIntegerRows[] = {
-    {"%d", 0},          {"%d", 1},          {"%d", -1},         {"%d", INT_MAX},   {"%d", INT_MIN},
-    {"%i", -42},        {"%5d", 42},        {"%-5d|", 42},      {"%05d", -42},     {"%+d", 42},
-    {"% d", 42},        {"%+d", -42},       {"% 05d", 42},      {"%-05d|", 42},    {"%.3d", 7},
-    {"%.0d", 0},        {"%+.0d", 0},       {"%8.3d", -7},      {"%08.3d", 7},     {"%02d", 5},
-    {"%02d", 123},      {"%u", -1},         {"%u", 3000000},    {"%x", 0xbeef},    {"%X", 0xBEEF},
-    {"%#x", 0xbeef},    {"%#X", 0xbeef},    {"%#x", 0},         {"%08X", 0xABC},   {"%08X", -1},
-    {"%#010x", 0xab},   {"%o", 8},          {"%#o", 8},         {"%#o", 0},        {"%#.3o", 0},
-    {"%.0x", 0},        {"%#.5o", 8},       {"[%-8X]", 255},    {"%hX", 0x12345},  {"%hd", 40000},
-    {"%hu", -1},        {"%hhX", 0x1FF},    {"%hhd", 200},      {"%%%d%%", 5},     {"%x", INT_MIN},
+    {"%d", 0},        {"%d", 1},       {"%d", -1},       {"%d", INT_MAX}, {"%d", INT_MIN}, {"%i", -42},
+    {"%5d", 42},      {"%-5d|", 42},   {"%05d", -42},    {"%+d", 42},     {"% d", 42},     {"%+d", -42},
+    {"% 05d", 42},    {"%-05d|", 42},  {"%.3d", 7},      {"%.0d", 0},     {"%+.0d", 0},    {"%8.3d", -7},
+    {"%08.3d", 7},    {"%02d", 5},     {"%02d", 123},    {"%u", -1},      {"%u", 3000000}, {"%x", 0xbeef},
+    {"%X", 0xBEEF},   {"%#x", 0xbeef}, {"%#X", 0xbeef},  {"%#x", 0},      {"%08X", 0xABC}, {"%08X", -1},
+    {"%#010x", 0xab}, {"%o", 8},       {"%#o", 8},       {"%#o", 0},      {"%#.3o", 0},    {"%.0x", 0},
+    {"%#.5o", 8},     {"[%-8X]", 255}, {"%hX", 0x12345}, {"%hd", 40000},  {"%hu", -1},     {"%hhX", 0x1FF},
+    {"%hhd", 200},    {"%%%d%%", 5},   {"%x", INT_MIN},
 };
 
 // Integers of 64 bits.
 const FormatCase<long long> kSixtyFourBitRows[] = {
-    {"%lld", 0},         {"%lld", LLONG_MIN}, {"%lld", LLONG_MAX}, {"%llu", -1LL},     {"%llX", -1LL},
-    {"%016llx", 0xABC},  {"%+lld", 7},        {"%20lld|", -5},     {"%-20llu|", 5},    {"%#llo", 01234567},
+    {"%lld", 0},        {"%lld", LLONG_MIN}, {"%lld", LLONG_MAX}, {"%llu", -1LL},  {"%llX", -1LL},
+    {"%016llx", 0xABC}, {"%+lld", 7},        {"%20lld|", -5},     {"%-20llu|", 5}, {"%#llo", 01234567},
 };
 
 // Floating point with every conversion, the rounding of halves, the longest texts and the
@@ -261,7 +260,11 @@ TEST(FormatBoundedTest, StringsOfTheOtherWidthAreReencodedBetweenUtf8AndUtf16) {
 
 TEST(FormatBoundedTest, MalformedUtf8AndLoneSurrogatesBecomeReplacementCharacters) {
   char16_t wide[64];
-  EXPECT_EQ(FormatBounded(wide, 64, u"%S", "a\xFF" "b\xC0\xAF" "c\xE2\x82"), 8);
+  EXPECT_EQ(FormatBounded(wide, 64, u"%S",
+                          "a\xFF"
+                          "b\xC0\xAF"
+                          "c\xE2\x82"),
+            8);
   EXPECT_EQ(std::u16string(wide), u"a\uFFFDb\uFFFD\uFFFDc\uFFFD\uFFFD");
 
   const char16_t loneSurrogates[] = {u'x', 0xD800, u'y', 0xDC00, 0};
@@ -296,8 +299,7 @@ TEST(FormatBoundedTest, CharacterConversionsFollowTheWidthConventions) {
 
 TEST(FormatBoundedTest, NullStringPrintsNullInParentheses) {
   char16_t wide[32];
-  EXPECT_EQ(FormatBounded(wide, 32, u"%s|%S", static_cast<const char16_t*>(nullptr),
-                          static_cast<const char*>(nullptr)),
+  EXPECT_EQ(FormatBounded(wide, 32, u"%s|%S", static_cast<const char16_t*>(nullptr), static_cast<const char*>(nullptr)),
             13);
   EXPECT_EQ(std::u16string(wide), u"(null)|(null)");
   EXPECT_EQ(FormatBounded(wide, 32, u"[%.3s][%8s]", static_cast<const char16_t*>(nullptr),
@@ -306,9 +308,9 @@ TEST(FormatBoundedTest, NullStringPrintsNullInParentheses) {
   EXPECT_EQ(std::u16string(wide), u"[(nu][  (null)]");
 
   char narrow[32];
-  EXPECT_EQ(FormatBoundedA(narrow, 32, "%s|%S", static_cast<const char*>(nullptr),
-                           static_cast<const char16_t*>(nullptr)),
-            13);
+  EXPECT_EQ(
+      FormatBoundedA(narrow, 32, "%s|%S", static_cast<const char*>(nullptr), static_cast<const char16_t*>(nullptr)),
+      13);
   EXPECT_STREQ(narrow, "(null)|(null)");
 }
 
@@ -336,8 +338,8 @@ TEST(FormatBoundedTest, LongModifierTakesThirtyTwoBitArgumentsAsOnWindows) {
   EXPECT_EQ(std::u16string(wide), u"-5 4000000000 DEADBEEF ffffffff -2147483648");
 
   char narrow[128];
-  EXPECT_EQ(FormatBoundedA(narrow, 128, "%ld|%I32d|%I64d|%I64X|%Iu", std::int32_t{-7}, std::int32_t{-8},
-                           INT64_MIN, UINT64_MAX, SIZE_MAX),
+  EXPECT_EQ(FormatBoundedA(narrow, 128, "%ld|%I32d|%I64d|%I64X|%Iu", std::int32_t{-7}, std::int32_t{-8}, INT64_MIN,
+                           UINT64_MAX, SIZE_MAX),
             64);
   EXPECT_STREQ(narrow, "-7|-8|-9223372036854775808|FFFFFFFFFFFFFFFF|18446744073709551615");
 }
@@ -427,8 +429,8 @@ TEST(FormatBoundedTest, HugeWidthOrPrecisionIsCutOffAtTheCapacity) {
 }
 
 TEST(FormatBoundedTest, MalformedFormatReturnsMinusOneAndKeepsTheTextBeforeIt) {
-  const char16_t* formats[] = {u"ab%y", u"ab%", u"ab%Ld", u"ab%hf", u"ab%wd", u"ab%n", u"ab%1$d", u"ab%lp",
-                               u"ab%Ls", u"ab%hhs", u"ab%a"};
+  const char16_t* formats[] = {u"ab%y",   u"ab%",   u"ab%Ld", u"ab%hf",  u"ab%wd", u"ab%n",
+                               u"ab%1$d", u"ab%lp", u"ab%Ls", u"ab%hhs", u"ab%a"};
   for (const char16_t* format : formats) {
     SCOPED_TRACE(Platform::Utf16ToUtf8(format));
     char16_t wide[16] = {u'#'};

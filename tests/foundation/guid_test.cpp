@@ -39,7 +39,9 @@ TEST_P(GuidParseTest, ParsesToTheSameGuid) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, GuidParseTest, ::testing::ValuesIn(kAcceptedTexts),
-                         [](const ::testing::TestParamInfo<AcceptedText>& info) { return std::string(info.param.form); });
+                         [](const ::testing::TestParamInfo<AcceptedText>& info) {
+                           return std::string(info.param.form);
+                         });
 
 TEST(GuidTest, PrintsBracedCapitalsWhateverTheInputCase) {
   Common::GUID parsed(u"2d892502-1f2c-4141-b46b-2a6bd660e61d");

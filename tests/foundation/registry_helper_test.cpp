@@ -17,9 +17,7 @@ constexpr const char16_t* kTestKey = u"Software\\HalcyraTests\\RegistryHelper";
 
 class RegistryHelperTest : public ::testing::Test {
 protected:
-  RegistryHelperTest() {
-    RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey);
-  }
+  RegistryHelperTest() { RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey); }
   ~RegistryHelperTest() override {
     LogSetLevel(LogLevelWarning);
     RegDeleteTreeW(HKEY_CURRENT_USER, kTestKey);

@@ -44,8 +44,8 @@ struct GuidFields {
   std::uint16_t rest[10] = {};
 
   int Scan(const char16_t* text) {
-    return ScanBounded(text, kGuidFormat, &data1, &rest[0], &rest[1], &rest[2], &rest[3], &rest[4], &rest[5],
-                       &rest[6], &rest[7], &rest[8], &rest[9]);
+    return ScanBounded(text, kGuidFormat, &data1, &rest[0], &rest[1], &rest[2], &rest[3], &rest[4], &rest[5], &rest[6],
+                       &rest[7], &rest[8], &rest[9]);
   }
 };
 
@@ -61,19 +61,57 @@ int CallV(const char16_t* text, const char16_t* format, ...) {
 
 TEST(ScanBoundedTest, IntegersScanAsTheCLibraryScansThem) {
   const ScanCase cases[] = {
-      {"%d", "42"},          {"%d", "  -17"},        {"%d", "+5"},          {"%d", "abc"},
-      {"%d", ""},            {"%d", "   "},          {"%d", "2147483647"},  {"%d", "-2147483648"},
-      {"%d", "-"},           {"%d", "12abc"},        {"%x", "ff"},          {"%X", "FF"},
-      {"%x", "0x1A"},        {"%X", "0X1a"},         {"%x", "-0x10"},       {"%x", "0xg"},
-      {"%1x", "0x1f"},       {"%2x", "0x1f"},        {"%3x", "0x1f"},       {"%4X", "12345"},
-      {"%i", "0x1f"},        {"%i", "017"},          {"%i", "-0x10"},       {"%i", "089"},
-      {"%i", "42"},          {"%o", "777"},          {"%o", "0778"},        {"%u", "4294967295"},
-      {"%u", "-1"},          {"%3d", "12345"},       {"%2d%d", "12345"},    {"%*d %d", "1 2"},
-      {"%d %d %d", "1\t\n 2\r\v\f3"},                {"%d,%d", "1 ,2"},     {"%d ,%d", "1 ,2"},
-      {"%d%%", "50%"},       {"%d %%%d", "50 % 7"},  {"%d%n", "123abc"},    {"%d %n%d", "1   2"},
-      {"a%db", "a7b"},       {"a %d", "a    9"},     {"a b%d", "ab3"},      {"x%d", "y3"},
-      {"abc", ""},           {"%d%d", "5"},          {"%d-%d-%d", "1-2-"},  {"%1d%1d%1d", "9876"},
-      {"%d", "-0"},          {"%x", "DeadBeef"},     {"%*x%x", "ff ee"},    {"%*d", "abc"},
+      {"%d", "42"},
+      {"%d", "  -17"},
+      {"%d", "+5"},
+      {"%d", "abc"},
+      {"%d", ""},
+      {"%d", "   "},
+      {"%d", "2147483647"},
+      {"%d", "-2147483648"},
+      {"%d", "-"},
+      {"%d", "12abc"},
+      {"%x", "ff"},
+      {"%X", "FF"},
+      {"%x", "0x1A"},
+      {"%X", "0X1a"},
+      {"%x", "-0x10"},
+      {"%x", "0xg"},
+      {"%1x", "0x1f"},
+      {"%2x", "0x1f"},
+      {"%3x", "0x1f"},
+      {"%4X", "12345"},
+      {"%i", "0x1f"},
+      {"%i", "017"},
+      {"%i", "-0x10"},
+      {"%i", "089"},
+      {"%i", "42"},
+      {"%o", "777"},
+      {"%o", "0778"},
+      {"%u", "4294967295"},
+      {"%u", "-1"},
+      {"%3d", "12345"},
+      {"%2d%d", "12345"},
+      {"%*d %d", "1 2"},
+      {"%d %d %d", "1\t\n 2\r\v\f3"},
+      {"%d,%d", "1 ,2"},
+      {"%d ,%d", "1 ,2"},
+      {"%d%%", "50%"},
+      {"%d %%%d", "50 % 7"},
+      {"%d%n", "123abc"},
+      {"%d %n%d", "1   2"},
+      {"a%db", "a7b"},
+      {"a %d", "a    9"},
+      {"a b%d", "ab3"},
+      {"x%d", "y3"},
+      {"abc", ""},
+      {"%d%d", "5"},
+      {"%d-%d-%d", "1-2-"},
+      {"%1d%1d%1d", "9876"},
+      {"%d", "-0"},
+      {"%x", "DeadBeef"},
+      {"%*x%x", "ff ee"},
+      {"%*d", "abc"},
   };
   for (const auto& testCase : cases) {
     SCOPED_TRACE(std::string(testCase.format) + " on \"" + testCase.text + "\"");
@@ -92,12 +130,29 @@ TEST(ScanBoundedTest, IntegersScanAsTheCLibraryScansThem) {
 
 TEST(ScanBoundedTest, TextConversionsScanAsTheCLibraryScansThem) {
   const ScanCase cases[] = {
-      {"%s", "word rest"},       {"%s", "   lead"},      {"%3s", "abcdef"},       {"%c", " x"},
-      {"%3c", "abcdef"},         {"%c%c", "ab"},         {"%[a-z]", "abcXYZ"},    {"%[0-9a-f]", "12abXY"},
-      {"%[^-]-%s", "abc-def"},   {"%[]a]", "]a]b"},      {"%[^]]", "ab]c"},       {"%[a-]", "a-a-b"},
-      {"%[-a]", "-a-b"},         {"%[abc]", "xyz"},      {"%[abc]", ""},          {"%2[abc]", "abcabc"},
-      {"%s %s", "one two"},      {"%*s %s", "one two"},  {" %[^,],%s", "  a b,c"}, {"%5s", "ab"},
-      {"%[^\n]", "line one\n"},  {"x%s", "x"},           {"%s", ""},
+      {"%s", "word rest"},
+      {"%s", "   lead"},
+      {"%3s", "abcdef"},
+      {"%c", " x"},
+      {"%3c", "abcdef"},
+      {"%c%c", "ab"},
+      {"%[a-z]", "abcXYZ"},
+      {"%[0-9a-f]", "12abXY"},
+      {"%[^-]-%s", "abc-def"},
+      {"%[]a]", "]a]b"},
+      {"%[^]]", "ab]c"},
+      {"%[a-]", "a-a-b"},
+      {"%[-a]", "-a-b"},
+      {"%[abc]", "xyz"},
+      {"%[abc]", ""},
+      {"%2[abc]", "abcabc"},
+      {"%s %s", "one two"},
+      {"%*s %s", "one two"},
+      {" %[^,],%s", "  a b,c"},
+      {"%5s", "ab"},
+      {"%[^\n]", "line one\n"},
+      {"x%s", "x"},
+      {"%s", ""},
   };
   for (const auto& testCase : cases) {
     SCOPED_TRACE(std::string(testCase.format) + " on \"" + testCase.text + "\"");
@@ -177,8 +232,8 @@ TEST(ScanBoundedTest, FloatingPointScansAsTheCLibraryScansIt) {
         EXPECT_TRUE(std::isnan(actual[i])) << i;
         EXPECT_EQ(std::signbit(actual[i]), std::signbit(expected[i])) << i;
       } else {
-        EXPECT_EQ(std::memcmp(&actual[i], &expected[i], sizeof(double)), 0) << i << ": " << actual[i] << " and "
-                                                                            << expected[i];
+        EXPECT_EQ(std::memcmp(&actual[i], &expected[i], sizeof(double)), 0)
+            << i << ": " << actual[i] << " and " << expected[i];
       }
     }
   }
@@ -196,8 +251,8 @@ TEST(ScanBoundedTest, DigitsBeyondTheEightHundredthStillDecideTheRounding) {
 }
 
 TEST(ScanBoundedTest, FloatTargetIsRoundedAsTheCLibraryRoundsIt) {
-  const char* texts[] = {"0.1", "3.4028235e38", "3.4028236e38", "1e39", "1e-46", "7.1e-46", "1.17549435e-38",
-                         "16777217", "-2.5"};
+  const char* texts[] = {"0.1",     "3.4028235e38",   "3.4028236e38", "1e39", "1e-46",
+                         "7.1e-46", "1.17549435e-38", "16777217",     "-2.5"};
   for (const char* text : texts) {
     SCOPED_TRACE(text);
     float expected = -99;
@@ -372,8 +427,7 @@ TEST(ScanBoundedTest, NullTextOrFormatGivesMinusOne) {
 }
 
 TEST(ScanBoundedTest, MalformedFormatEndsTheScanWithTheFieldsSoFar) {
-  const char16_t* formats[] = {u"%d %y", u"%d %", u"%d %Ld", u"%d %[abc", u"%d %hs", u"%d %wd", u"%d %hf",
-                               u"%d %llf"};
+  const char16_t* formats[] = {u"%d %y", u"%d %", u"%d %Ld", u"%d %[abc", u"%d %hs", u"%d %wd", u"%d %hf", u"%d %llf"};
   for (const char16_t* format : formats) {
     SCOPED_TRACE(NarrowAscii(format));
     int first = 0;

@@ -209,9 +209,9 @@ TEST_F(TypeDescriptionTest, FloatAgainstIntFailsAtTypeClassWhateverTheFlags) {
   for (std::uint32_t flags : {0u, 1u, 2u, 4u, 121u, 125u, 127u}) {
     EXPECT_FALSE(TypeOfFloat()->Match(TypeOfInt(), flags));
   }
-  EXPECT_TRUE(log.Contains(
-      "Match error when comparing types float and int: expected type traits 0x11110008/0x000003D8, found "
-      "0x11110004/0x000003D8"));
+  EXPECT_TRUE(
+      log.Contains("Match error when comparing types float and int: expected type traits 0x11110008/0x000003D8, found "
+                   "0x11110004/0x000003D8"));
 }
 
 TEST_F(TypeDescriptionTest, DoubleAndLongDoubleDifferOnlyByName) {
@@ -224,7 +224,8 @@ TEST_F(TypeDescriptionTest, SizesAndAlignmentsAreCheckedAfterTheTraits) {
   EXPECT_FALSE(TypeOfInt()->Match(TypeOfShort(), kTypeMatchNative));
   EXPECT_TRUE(log.Contains("Match error when comparing types int and short: expected size 4, found 2"));
   EXPECT_FALSE(TypeOfUnsignedChar()->Match(TypeOfUnsignedShort(), kTypeMatchNative));
-  EXPECT_TRUE(log.Contains("Match error when comparing types unsigned char and unsigned short: expected size 1, found 2"));
+  EXPECT_TRUE(
+      log.Contains("Match error when comparing types unsigned char and unsigned short: expected size 1, found 2"));
 }
 
 TEST_F(TypeDescriptionTest, CommonGuidAndGuidNeverMatchEachOther) {
@@ -248,7 +249,8 @@ TEST_F(TypeDescriptionTest, PointerToUnsignedShortAgainstPointerToVoidFailsAtThe
 TEST_F(TypeDescriptionTest, ArraysCompareBoundsSilentlyThenElements) {
   const std::size_t before = log.Lines().size();
   EXPECT_FALSE((TypeOfArray<TypeOfUnsignedChar, 8>()->Match(TypeOfArray<TypeOfUnsignedChar, 0>(), kTypeMatchNative)));
-  EXPECT_TRUE(log.Contains("Match error when comparing types unsigned char[8] and unsigned char[]: expected size 8, found 0"));
+  EXPECT_TRUE(
+      log.Contains("Match error when comparing types unsigned char[8] and unsigned char[]: expected size 8, found 0"));
   EXPECT_FALSE((TypeOfArray<TypeOfShort, 2>()->Match(TypeOfArray<TypeOfInt, 1>(), kTypeMatchNative)));
   EXPECT_TRUE(log.Lines().size() == before + 1) << "a difference of counts has no message";
   EXPECT_TRUE((TypeOfArray<TypeOfShort, 2>()->Match(TypeOfArray<TypeOfUnsignedShort, 2>(),

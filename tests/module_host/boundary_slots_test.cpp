@@ -129,8 +129,7 @@ TEST(BoundarySlotsTest, SlotZeroOfEveryInterfaceOfAModuleDestroysTheWholeModule)
   EXPECT_EQ(destroyed, 1);
   CallSlot<void*>(static_cast<Daemon::IExtensionProvider*>(new CountedModule(&destroyed)), 0, Common::kDeleteMemory);
   EXPECT_EQ(destroyed, 2);
-  CallSlot<void*>(static_cast<Daemon::IModuleEventListener*>(new CountedModule(&destroyed)), 0,
-                  Common::kDeleteMemory);
+  CallSlot<void*>(static_cast<Daemon::IModuleEventListener*>(new CountedModule(&destroyed)), 0, Common::kDeleteMemory);
   EXPECT_EQ(destroyed, 3);
 }
 

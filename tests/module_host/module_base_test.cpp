@@ -102,8 +102,8 @@ TEST_F(ModuleBaseTest, ThirdDependencyFailingToStartStopsOnlyTheFirst) {
   ASSERT_EQ(module.Init(&manager), ErrorNone);
   journal.clear();
   EXPECT_EQ(module.Start(&manager), ErrorGeneric);
-  EXPECT_EQ(journal, (std::vector<std::string>{"Start Main", "Start First", "Start Second", "Start Third",
-                                               "Stop First"}));
+  EXPECT_EQ(journal,
+            (std::vector<std::string>{"Start Main", "Start First", "Start Second", "Start Third", "Stop First"}));
   EXPECT_EQ(second.GetState(), 2);
   EXPECT_EQ(first.GetState(), 1);
   EXPECT_EQ(module.GetState(), 1);
@@ -145,8 +145,9 @@ TEST_F(ModuleBaseTest, TraceOfAStrangerEndsWithUnknownObjectAndItsAddress) {
   ASSERT_EQ(capture.Writes().size(), 1u);
   const std::string line = capture.Writes()[0];
   char address[32];
-  std::snprintf(address, sizeof(address), "%016llX", static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(
-                                                         static_cast<Common::IExtensible*>(&stranger))));
+  std::snprintf(
+      address, sizeof(address), "%016llX",
+      static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(static_cast<Common::IExtensible*>(&stranger))));
   EXPECT_NE(line.find(": Start request on module Main (0x"), std::string::npos) << line;
   const std::string ending = std::string("from unknown object (0x") + address + ")\n";
   ASSERT_GE(line.size(), ending.size());
@@ -273,8 +274,8 @@ TEST_F(ModuleBaseTest, OptionalDependencyFailingInitIsDroppedAndTheLastIsInitial
   ASSERT_EQ(module.Init(&manager), ErrorNone);
   LogSetLevel(LogLevelWarning);
   // The walk keeps its end of three slots; after the erase the last slot still holds Third.
-  EXPECT_EQ(journal, (std::vector<std::string>{"Init Main", "Init First", "Init Optional", "Init Third",
-                                               "Init Third"}));
+  EXPECT_EQ(journal,
+            (std::vector<std::string>{"Init Main", "Init First", "Init Optional", "Init Third", "Init Third"}));
   ASSERT_EQ(module.Dependencies().size(), 2u);
   EXPECT_EQ(module.Dependencies()[0].module, &first);
   EXPECT_EQ(module.Dependencies()[1].module, &third);

@@ -24,9 +24,7 @@ public:
     return nullptr;
   }
   void Unused3() override {}
-  void OnModuleStateChanged() override {
-    statesSeen.push_back(observed != nullptr ? observed->GetState() : -1);
-  }
+  void OnModuleStateChanged() override { statesSeen.push_back(observed != nullptr ? observed->GetState() : -1); }
 
   std::vector<std::pair<Common::GUID, Daemon::IModule*>> modules;
   Daemon::IModule* observed = nullptr;

@@ -23,8 +23,6 @@ TEST(DebugChannelTest, NullTextIsIgnored) {
   EXPECT_TRUE(capture.Writes().empty());
 }
 
-TEST(DebugChannelTest, NoDebuggerWatchesTheTests) {
-  EXPECT_EQ(Platform::IsDebuggerPresent(), Platform::FALSE);
-}
+TEST(DebugChannelTest, NoDebuggerWatchesTheTests) { EXPECT_EQ(Platform::IsDebuggerPresent(), Platform::FALSE); }
 
 }  // namespace

@@ -77,9 +77,10 @@ TEST(PropVariantTest, KeyTextWithASpaceParses) {
 
 TEST(PropVariantTest, KeyTextsThatDoNotParseAreInvalidArguments) {
   PROPERTYKEY key{};
-  for (const char16_t* text : {u"", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D}", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},",
-                               u"D04E05A6-594B-4fb6-A80D-01AF5EED7D1D,5", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1},5",
-                               u"{G04E05A6-594B-4fb6-A80D-01AF5EED7D1D},5"}) {
+  for (const char16_t* text :
+       {u"", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D}", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1D},",
+        u"D04E05A6-594B-4fb6-A80D-01AF5EED7D1D,5", u"{D04E05A6-594B-4fb6-A80D-01AF5EED7D1},5",
+        u"{G04E05A6-594B-4fb6-A80D-01AF5EED7D1D},5"}) {
     EXPECT_EQ(PSPropertyKeyFromString(text, &key), E_INVALIDARG) << static_cast<int>(text[0]);
   }
 }

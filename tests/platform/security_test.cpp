@@ -26,8 +26,8 @@ protected:
   // Writes the text of `descriptor` for `information`.
   static std::u16string Text(PSECURITY_DESCRIPTOR descriptor,
                              SECURITY_INFORMATION information = OWNER_SECURITY_INFORMATION |
-                                                                GROUP_SECURITY_INFORMATION |
-                                                                DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION) {
+                                                                GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION |
+                                                                SACL_SECURITY_INFORMATION) {
     LPWSTR text = nullptr;
     ULONG size = 0;
     if (!ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1, information, &text, &size)) {
@@ -121,8 +121,8 @@ TEST_F(SecurityTest, DescriptorLayoutIsTheSelfRelativeOneOfWindows) {
   EXPECT_EQ(bytes[2] | (bytes[3] << 8), 0x8004);
   EXPECT_EQ(bytes[16], 20);
   // ACL revision 2, size 8 + 24, one entry: allowed, OI|CI, GENERIC_ALL, S-1-5-32-544.
-  const BYTE acl[] = {2, 0, 32, 0, 1, 0, 0, 0, 0, 3, 24, 0, 0, 0, 0, 0x10,
-                      1, 2, 0, 0, 0, 0, 0, 5, 32, 0, 0, 0, 0x20, 2, 0, 0};
+  const BYTE acl[] = {2, 0, 32, 0, 1, 0, 0, 0, 0,  3, 24, 0, 0,    0, 0, 0x10,
+                      1, 2, 0,  0, 0, 0, 0, 5, 32, 0, 0,  0, 0x20, 2, 0, 0};
   ASSERT_EQ(size, 20u + sizeof acl);
   EXPECT_EQ(std::memcmp(bytes + 20, acl, sizeof acl), 0);
   LocalFree(descriptor);
@@ -176,28 +176,28 @@ TEST_F(SecurityTest, BadTextsFailWithInvalidParameter) {
     GTEST_SKIP() << "Wine's parser takes several of these texts and refuses others with ERROR_INVALID_ACL";
   }
   for (const char16_t* text : {
-           u"X:",                            // no such part
-           u"D",                             // no colon
-           u"D:(A;OICI;GA;;;BA",             // unclosed entry
-           u"D:(A;OICI;GA;;BA)",             // five fields
-           u"D:(A;OICI;GA;;;BA;)",           // seven fields
-           u"D:(Q;OICI;GA;;;BA)",            // unknown entry type
-           u"D:(A;XX;GA;;;BA)",              // unknown entry flag
-           u"D:(A;OICI;GZ;;;BA)",            // unknown right
-           u"D:(A;OICI;;;;BA)",              // no rights
-           u"D:(A;OICI;GA;;;ZZ)",            // unknown trustee
-           u"D:(A;OICI;GA;;;DA)",            // domain trustee, no domain here
-           u"D:(A;OICI;GA;;;S-2-5-32)",      // SID revision
+           u"X:",                                                            // no such part
+           u"D",                                                             // no colon
+           u"D:(A;OICI;GA;;;BA",                                             // unclosed entry
+           u"D:(A;OICI;GA;;BA)",                                             // five fields
+           u"D:(A;OICI;GA;;;BA;)",                                           // seven fields
+           u"D:(Q;OICI;GA;;;BA)",                                            // unknown entry type
+           u"D:(A;XX;GA;;;BA)",                                              // unknown entry flag
+           u"D:(A;OICI;GZ;;;BA)",                                            // unknown right
+           u"D:(A;OICI;;;;BA)",                                              // no rights
+           u"D:(A;OICI;GA;;;ZZ)",                                            // unknown trustee
+           u"D:(A;OICI;GA;;;DA)",                                            // domain trustee, no domain here
+           u"D:(A;OICI;GA;;;S-2-5-32)",                                      // SID revision
            u"D:(A;OICI;GA;;;S-1-5-1-2-3-4-5-6-7-8-9-10-11-12-13-14-15-16)",  // 16 sub-authorities
-           u"D:(A;OICI;GA;;;S-1-5-x)",       // not a number
-           u"D:(A;OICI;GA;;;BAX)",           // trailing text in the trustee
-           u"D:(A;OICI;GA;{00000000-0000-0000-0000-000000000000};;BA)",  // object entry
-           u"D:(A;OICI;0x1FFFFFFFF;;;BA)",   // more than 32 bits
-           u"D:(A;OICI;GA;;;BA)junk",        // trailing text
-           u"D:D:",                          // a part twice
-           u"D:NO_ACCESS_CONTROL(A;;GA;;;BA)",  // entries in a null list
-           u"O:",                            // owner without SID
-           u"d:(a;oici;ga;;;ba)",            // codes are upper case
+           u"D:(A;OICI;GA;;;S-1-5-x)",                                       // not a number
+           u"D:(A;OICI;GA;;;BAX)",                                           // trailing text in the trustee
+           u"D:(A;OICI;GA;{00000000-0000-0000-0000-000000000000};;BA)",      // object entry
+           u"D:(A;OICI;0x1FFFFFFFF;;;BA)",                                   // more than 32 bits
+           u"D:(A;OICI;GA;;;BA)junk",                                        // trailing text
+           u"D:D:",                                                          // a part twice
+           u"D:NO_ACCESS_CONTROL(A;;GA;;;BA)",                               // entries in a null list
+           u"O:",                                                            // owner without SID
+           u"d:(a;oici;ga;;;ba)",                                            // codes are upper case
        }) {
     SCOPED_TRACE(std::string(text, text + std::char_traits<char16_t>::length(text)));
     ExpectRefused(text);

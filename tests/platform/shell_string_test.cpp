@@ -36,8 +36,8 @@ TEST(ShellStringTest, CharUpperWTurnsAStringToUpperCaseInPlace) {
 
 TEST(ShellStringTest, CharUpperWTakesASingleCharacterInThePointer) {
   auto single = [](char16_t c) {
-    return static_cast<char16_t>(reinterpret_cast<std::uintptr_t>(CharUpperW(reinterpret_cast<LPWSTR>(
-        static_cast<std::uintptr_t>(c)))));
+    return static_cast<char16_t>(
+        reinterpret_cast<std::uintptr_t>(CharUpperW(reinterpret_cast<LPWSTR>(static_cast<std::uintptr_t>(c)))));
   };
   EXPECT_EQ(single(u'q'), u'Q');
   EXPECT_EQ(single(u'7'), u'7');

@@ -13,9 +13,9 @@ namespace {
 
 std::string Describe(Platform::DWORD error) {
   char16_t buffer[2048];
-  Platform::DWORD length = Platform::FormatMessageW(
-      Platform::FORMAT_MESSAGE_FROM_SYSTEM | Platform::FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 1024, buffer,
-      2048, nullptr);
+  Platform::DWORD length =
+      Platform::FormatMessageW(Platform::FORMAT_MESSAGE_FROM_SYSTEM | Platform::FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                               error, 1024, buffer, 2048, nullptr);
   return length == 0 ? std::string() : Platform::Utf16ToUtf8(std::u16string(buffer, length));
 }
 
@@ -42,9 +42,7 @@ TEST(SystemErrorTest, NumbersTheSystemMeetsHaveTheirWindowsWording) {
   for (const Case& c : cases) EXPECT_EQ(Describe(c.error), c.text) << c.error;
 }
 
-TEST(SystemErrorTest, UnknownNumberGivesZero) {
-  EXPECT_EQ(Describe(0x7FFF0001u), "");
-}
+TEST(SystemErrorTest, UnknownNumberGivesZero) { EXPECT_EQ(Describe(0x7FFF0001u), ""); }
 
 TEST(SystemErrorTest, SmallBufferGivesZeroAndInsufficientBuffer) {
   char16_t buffer[4];

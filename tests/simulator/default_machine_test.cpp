@@ -22,9 +22,9 @@ TEST_F(DefaultMachineTest, FreshMachineGetsTheProductKeysAndFiveEndpoints) {
   EXPECT_TRUE(seeded.productKeysCreated);
   EXPECT_TRUE(seeded.endpointsCreated);
   UniqueKey key;
-  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, u"SOFTWARE\\Velorin\\VelorinV3\\AudioApplication", 0, KEY_READ,
-                          key.Put()),
-            ERROR_SUCCESS);
+  EXPECT_EQ(
+      RegOpenKeyExW(HKEY_LOCAL_MACHINE, u"SOFTWARE\\Velorin\\VelorinV3\\AudioApplication", 0, KEY_READ, key.Put()),
+      ERROR_SUCCESS);
   std::vector<Simulator::Endpoint> endpoints = audio.Endpoints().List(eAll, DEVICE_STATEMASK_ALL);
   ASSERT_EQ(endpoints.size(), 5u);
   // The VAD's two endpoints rest hidden, as the routing value's default wants; the others are active.

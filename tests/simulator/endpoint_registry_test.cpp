@@ -74,11 +74,11 @@ TEST_F(EndpointRegistryTest, StateOfTheWrongTypeOrValueIsRefusedWithAMessage) {
   SetText(EndpointPath(eRender, kKey1), u"DeviceState", u"1");
   SetNumber(EndpointPath(eRender, kKey2), u"DeviceState", 3);
   EXPECT_TRUE(audio.Endpoints().List(eAll, DEVICE_STATEMASK_ALL).empty());
-  EXPECT_EQ(Messages(), (std::vector<std::string>{
-                            "Simulator: the endpoint key Render\\" + Simulator::Narrow(kKey1) +
-                                " is refused: its DeviceState is of registry type 1, not REG_DWORD (4)",
-                            "Simulator: the endpoint key Render\\" + Simulator::Narrow(kKey2) +
-                                " is refused: its DeviceState 3 is none of the states 1, 2, 4 and 8"}));
+  EXPECT_EQ(Messages(),
+            (std::vector<std::string>{"Simulator: the endpoint key Render\\" + Simulator::Narrow(kKey1) +
+                                          " is refused: its DeviceState is of registry type 1, not REG_DWORD (4)",
+                                      "Simulator: the endpoint key Render\\" + Simulator::Narrow(kKey2) +
+                                          " is refused: its DeviceState 3 is none of the states 1, 2, 4 and 8"}));
 }
 
 TEST_F(EndpointRegistryTest, EachRefusalIsReportedOnce) {

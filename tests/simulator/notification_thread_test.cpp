@@ -58,8 +58,8 @@ TEST_F(NotificationThreadTest, StateChangeByAnotherProcessReachesTheClientOnTheS
   std::u16string id = AddEndpoint(eCapture, kKey1);
   Register();
   const std::string key = "HKCU\\" + Simulator::Narrow(EndpointPath(eCapture, kKey1));
-  const Testing::ChildProcess::Result result =
-      Testing::ChildProcess::Run(HALCYRA_REG_TOOL, {"add", key, "/v", "DeviceState", "/t", "REG_DWORD", "/d", "2", "/f"});
+  const Testing::ChildProcess::Result result = Testing::ChildProcess::Run(
+      HALCYRA_REG_TOOL, {"add", key, "/v", "DeviceState", "/t", "REG_DWORD", "/d", "2", "/f"});
   ASSERT_EQ(result.exitCode, 0) << result.output << result.error;
   Heard heard = client.WaitFor(Is("state", id));
   ASSERT_EQ(heard.kind, "state") << "no notification within 10 s";

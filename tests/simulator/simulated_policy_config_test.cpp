@@ -48,9 +48,9 @@ TEST_F(SimulatedPolicyConfigTest, PropertiesGoToTheStoreTheFlagChooses) {
 TEST_F(SimulatedPolicyConfigTest, NullIdIsAPointerErrorAndAnUnknownOneIsNotFound) {
   PROPVARIANT value{};
   EXPECT_EQ(policy->GetPropertyValue(nullptr, TRUE, kEffectKey, &value), E_POINTER);
-  EXPECT_EQ(policy->GetPropertyValue(u"{0.0.0.00000000}.{A09F8172-0000-4000-8000-0000000000FF}", TRUE, kEffectKey,
-                                     &value),
-            E_NOTFOUND);
+  EXPECT_EQ(
+      policy->GetPropertyValue(u"{0.0.0.00000000}.{A09F8172-0000-4000-8000-0000000000FF}", TRUE, kEffectKey, &value),
+      E_NOTFOUND);
   EXPECT_EQ(policy->SetEndpointVisibility(nullptr, TRUE), E_POINTER);
 }
 

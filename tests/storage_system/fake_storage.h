@@ -18,7 +18,9 @@ namespace Testing {
 
 class FakeProperties : public Common::CExtensible<StorageSystem::IProperties> {
 public:
-  FakeProperties() { RegisterInterfaceBase(StorageSystem::IID_IProperties, static_cast<StorageSystem::IProperties*>(this)); }
+  FakeProperties() {
+    RegisterInterfaceBase(StorageSystem::IID_IProperties, static_cast<StorageSystem::IProperties*>(this));
+  }
   std::uint32_t GetCapabilities() override { return capabilities; }
   StorageSystem::IAllocator* GetAllocator() override { return StorageSystem::GetProcessAllocator(); }
   StorageSystem::ILock* GetLock() override { return nullptr; }
@@ -49,8 +51,8 @@ public:
   ErrorCode OpenStore(const char16_t*, StorageSystem::IStore**, std::uint32_t) override { return ErrorNotImplemented; }
   ErrorCode DeleteStore(const char16_t*) override { return ErrorNotImplemented; }
   ErrorCode EnumValues(StorageSystem::IEnumTarget*) override { return ErrorNone; }
-  ErrorCode OpenValue(const char16_t*, StorageSystem::Registry::IRegistryValue**, std::uint32_t, const ITypeDescription*,
-                      const void*, std::uint32_t) override {
+  ErrorCode OpenValue(const char16_t*, StorageSystem::Registry::IRegistryValue**, std::uint32_t,
+                      const ITypeDescription*, const void*, std::uint32_t) override {
     return ErrorNotImplemented;
   }
   ErrorCode DeleteValue(const char16_t*) override { return ErrorNotImplemented; }
@@ -68,7 +70,8 @@ public:
 // A store or a value under a parent store; it answers for IStore only when `isStore`.
 class FakeItem : public Common::CExtensible<StorageSystem::IStore> {
 public:
-  FakeItem(StorageSystem::IStorageSystem* root, StorageSystem::IStore* parent, bool isStore) : m_root(root), m_parent(parent) {
+  FakeItem(StorageSystem::IStorageSystem* root, StorageSystem::IStore* parent, bool isStore)
+      : m_root(root), m_parent(parent) {
     RegisterInterfaceBase(StorageSystem::IID_IStorageItem, static_cast<StorageSystem::IStorageItem*>(this));
     if (isStore) RegisterInterfaceBase(StorageSystem::IID_IStore, static_cast<StorageSystem::IStore*>(this));
   }
@@ -84,8 +87,8 @@ public:
   ErrorCode OpenStore(const char16_t*, StorageSystem::IStore**, std::uint32_t) override { return ErrorNotImplemented; }
   ErrorCode DeleteStore(const char16_t*) override { return ErrorNotImplemented; }
   ErrorCode EnumValues(StorageSystem::IEnumTarget*) override { return ErrorNone; }
-  ErrorCode OpenValue(const char16_t*, StorageSystem::Registry::IRegistryValue**, std::uint32_t, const ITypeDescription*,
-                      const void*, std::uint32_t) override {
+  ErrorCode OpenValue(const char16_t*, StorageSystem::Registry::IRegistryValue**, std::uint32_t,
+                      const ITypeDescription*, const void*, std::uint32_t) override {
     return ErrorNotImplemented;
   }
   ErrorCode DeleteValue(const char16_t*) override { return ErrorNotImplemented; }

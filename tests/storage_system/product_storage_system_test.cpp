@@ -16,7 +16,8 @@ using ProductStorageSystem::OpenProductStorageSystem;
 constexpr std::uint32_t kOpenFlags = SF_READ | SF_WRITE | SF_CREATE | SF_RESET_ON_TYPE_MISMATCH;
 
 Registry::IRegistryProperties* PropertiesOf(IStorageSystem* storage) {
-  return static_cast<Registry::IRegistryProperties*>(storage->GetProperties()->GetInterface(&Registry::IID_IRegistryProperties));
+  return static_cast<Registry::IRegistryProperties*>(
+      storage->GetProperties()->GetInterface(&Registry::IID_IRegistryProperties));
 }
 
 class ProductStorageSystemTest : public Testing::ProductStorageTest {};

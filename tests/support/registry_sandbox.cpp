@@ -11,13 +11,14 @@ namespace Testing {
 RegistrySandbox::RegistrySandbox(Platform::HKEY hive) : m_hive(hive) {
   ReopenRegistry();
   std::random_device device;
-  std::mt19937_64 random(device() ^ static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()));
+  std::mt19937_64 random(device() ^
+                         static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()));
   char name[32];
   std::snprintf(name, sizeof(name), "%016llx", static_cast<unsigned long long>(random()));
   m_rootPath = u"Software\\HalcyraTests\\" + Platform::Utf8ToUtf16(name);
   Platform::HKEY root = nullptr;
-  if (Platform::RegCreateKeyExW(m_hive, m_rootPath.c_str(), 0, nullptr, 0,
-                                Platform::KEY_ALL_ACCESS, nullptr, &root, nullptr) == Platform::ERROR_SUCCESS) {
+  if (Platform::RegCreateKeyExW(m_hive, m_rootPath.c_str(), 0, nullptr, 0, Platform::KEY_ALL_ACCESS, nullptr, &root,
+                                nullptr) == Platform::ERROR_SUCCESS) {
     m_root = root;
   }
 }

@@ -55,9 +55,9 @@ public:
     ASSERT_EQ(Platform::RegCreateKeyExW(m_root.hive, path.c_str(), 0, nullptr, 0, Platform::KEY_ALL_ACCESS, nullptr,
                                         store.Put(), nullptr),
               Platform::ERROR_SUCCESS);
-    ASSERT_EQ(Platform::RegSetValueExW(store.Get(), name.c_str(), 0, type, static_cast<const Platform::BYTE*>(data),
-                                       size),
-              Platform::ERROR_SUCCESS);
+    ASSERT_EQ(
+        Platform::RegSetValueExW(store.Get(), name.c_str(), 0, type, static_cast<const Platform::BYTE*>(data), size),
+        Platform::ERROR_SUCCESS);
   }
   void SetNumber(const std::u16string& path, const std::u16string& name, Platform::DWORD value) const {
     SetRaw(path, name, Platform::REG_DWORD, &value, sizeof(value));

@@ -124,15 +124,14 @@ TEST_F(HalcyradTest, FirstRunOnAFreshMachineRepairsTheSeededEndpointAndWritesThe
   EXPECT_TRUE(std::regex_search(
       markers.output, std::regex("\\{9B8844FE-1650-40E5-A5EA-11B8C83821A1\\},12 +REG_SZ +Quillon\\.Halcyra3")))
       << markers.output;
-  EXPECT_TRUE(std::regex_search(markers.output,
-                                std::regex("\\{8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369\\},0 +REG_DWORD +0x1")))
+  EXPECT_TRUE(
+      std::regex_search(markers.output, std::regex("\\{8A80F57F-E31A-40BB-BB7B-B1F6F5AA9369\\},0 +REG_DWORD +0x1")))
       << markers.output;
 
   RunResult settings = RunProgram(HALCYRA_REG_TOOL, {"query", "HKLM\\SOFTWARE\\Velorin\\VelorinV3", "/s"});
   ASSERT_EQ(settings.status, 0) << settings.output;
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("APOBypass +REG_DWORD +0x0"))) << settings.output;
-  EXPECT_TRUE(std::regex_search(settings.output, std::regex("ProcessSystemSounds +REG_DWORD +0x1")))
-      << settings.output;
+  EXPECT_TRUE(std::regex_search(settings.output, std::regex("ProcessSystemSounds +REG_DWORD +0x1"))) << settings.output;
   // The default machine has the noise-reduction hardware: both parameters of the simulated service
   // are on, and the default is recorded as applied.
   EXPECT_TRUE(std::regex_search(settings.output, std::regex("DefaultNoiseReduction +REG_DWORD +0x1")))
@@ -170,12 +169,14 @@ TEST_F(HalcyradTest, ListEndpointsShowsIdFlowStateBssModeNameHardwareIdAndMarker
 
 TEST_F(HalcyradTest, ListEndpointsShowsTheBssModeThatAnotherProcessSet) {
   ASSERT_EQ(RunHalcyrad(Simulated({"--list-endpoints"})).status, 0);
-  RunResult set = RunProgram(HALCYRA_REG_TOOL, {"add", AudioRoot() + "\\Capture\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03}",
-                                             "/v", "RtkBssMode", "/t", "REG_DWORD", "/d", "3", "/f"});
+  RunResult set =
+      RunProgram(HALCYRA_REG_TOOL, {"add", AudioRoot() + "\\Capture\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03}", "/v",
+                                    "RtkBssMode", "/t", "REG_DWORD", "/d", "3", "/f"});
   ASSERT_EQ(set.status, 0) << set.output;
   RunResult run = RunHalcyrad(Simulated({"--list-endpoints"}));
-  EXPECT_TRUE(std::regex_search(run.output, std::regex("\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03\\} +capture +active +3 +"
-                                                       "\"Microphone Array \\(Realtek\\(R\\) Audio\\)\"")))
+  EXPECT_TRUE(
+      std::regex_search(run.output, std::regex("\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D03\\} +capture +active +3 +"
+                                               "\"Microphone Array \\(Realtek\\(R\\) Audio\\)\"")))
       << run.output;
 }
 

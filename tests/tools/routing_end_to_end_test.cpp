@@ -30,7 +30,8 @@ constexpr const char16_t* kRoutingValue = u"{E3C373EE-ABAB-4D5F-81E3-FC4607FD963
 // A DWORD of the machine hive; -1 when it is missing.
 long long MachineNumber(const std::u16string& subKey, const char16_t* name) {
   DWORD value = 0, size = sizeof value;
-  if (RegGetValueW(HKEY_LOCAL_MACHINE, subKey.c_str(), name, RRF_RT_REG_DWORD, nullptr, &value, &size) != ERROR_SUCCESS) {
+  if (RegGetValueW(HKEY_LOCAL_MACHINE, subKey.c_str(), name, RRF_RT_REG_DWORD, nullptr, &value, &size) !=
+      ERROR_SUCCESS) {
     return -1;
   }
   return value;

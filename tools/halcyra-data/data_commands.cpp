@@ -61,7 +61,8 @@ ErrorCode Get(IDataSystem* dataSystem, const std::u16string& path) {
   HeldItem held;
   if (ErrorCode status = Find(dataSystem, path, held); status != ErrorNone) return status;
   if (KindOf(held.Get()) == ItemKind::Store) {
-    return Fail("get", RaiseError("halcyra-data", ErrorInvalidOperation, u"'%s' is a store, not a value", path.c_str()));
+    return Fail("get",
+                RaiseError("halcyra-data", ErrorInvalidOperation, u"'%s' is a store, not a value", path.c_str()));
   }
   PrintLine(CurrentValue(held.Get()));
   return ErrorNone;

@@ -11,7 +11,8 @@ namespace HalcyraData {
 // Every store and value below the root, one line each: path, type, value.
 [[nodiscard]] ErrorCode List(DataSystem::IDataSystem* dataSystem);
 [[nodiscard]] ErrorCode Get(DataSystem::IDataSystem* dataSystem, const std::u16string& path);
-[[nodiscard]] ErrorCode Set(DataSystem::IDataSystem* dataSystem, const std::u16string& path, const std::u16string& value);
+[[nodiscard]] ErrorCode Set(DataSystem::IDataSystem* dataSystem, const std::u16string& path,
+                            const std::u16string& value);
 // A value back to its default; a store's children back to theirs.
 [[nodiscard]] ErrorCode Reset(DataSystem::IDataSystem* dataSystem, const std::u16string& path);
 // A new instance of the vector named by the last part of `path` ("Profiles.Profile"); prints its path.

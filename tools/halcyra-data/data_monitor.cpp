@@ -26,8 +26,12 @@ public:
   void OnValueChange(IValue* value, CNotificationCompletionList*) override {
     PrintLine(u"OnValueChange " + DisplayPath(value) + u" " + CurrentValue(value));
   }
-  void OnItemInsert(IItem* item, CNotificationCompletionList*) override { PrintLine(u"OnItemInsert " + DisplayPath(item)); }
-  void OnItemErase(IItem* item, CNotificationCompletionList*) override { PrintLine(u"OnItemErase " + DisplayPath(item)); }
+  void OnItemInsert(IItem* item, CNotificationCompletionList*) override {
+    PrintLine(u"OnItemInsert " + DisplayPath(item));
+  }
+  void OnItemErase(IItem* item, CNotificationCompletionList*) override {
+    PrintLine(u"OnItemErase " + DisplayPath(item));
+  }
 };
 
 }  // namespace

@@ -39,10 +39,14 @@ bool ParseUnsigned(const std::u16string& text, std::uint32_t& result) {
   for (std::size_t i = start; i < text.size(); ++i) {
     char16_t c = text[i];
     unsigned digit;
-    if (c >= u'0' && c <= u'9') digit = c - u'0';
-    else if (base == 16 && c >= u'a' && c <= u'f') digit = c - u'a' + 10;
-    else if (base == 16 && c >= u'A' && c <= u'F') digit = c - u'A' + 10;
-    else return false;
+    if (c >= u'0' && c <= u'9')
+      digit = c - u'0';
+    else if (base == 16 && c >= u'a' && c <= u'f')
+      digit = c - u'a' + 10;
+    else if (base == 16 && c >= u'A' && c <= u'F')
+      digit = c - u'A' + 10;
+    else
+      return false;
     if (digit >= base) return false;
     value = value * base + digit;
     if (value > 0xFFFFFFFFu) return false;
@@ -68,11 +72,16 @@ ItemKind KindOf(IItem* item) {
 
 const char16_t* KindName(ItemKind kind) {
   switch (kind) {
-    case ItemKind::Bool: return u"bool";
-    case ItemKind::UnsignedInt: return u"unsigned int";
-    case ItemKind::String: return u"string";
-    case ItemKind::Guid: return u"GUID";
-    case ItemKind::Store: break;
+    case ItemKind::Bool:
+      return u"bool";
+    case ItemKind::UnsignedInt:
+      return u"unsigned int";
+    case ItemKind::String:
+      return u"string";
+    case ItemKind::Guid:
+      return u"GUID";
+    case ItemKind::Store:
+      break;
   }
   return u"store";
 }
@@ -87,29 +96,37 @@ std::u16string DisplayPath(IItem* item) {
 std::u16string FormatValue(ItemKind kind, const void* data) {
   if (data == nullptr) return u"(null)";
   switch (kind) {
-    case ItemKind::Bool: return *static_cast<const unsigned char*>(data) != 0 ? u"true" : u"false";
+    case ItemKind::Bool:
+      return *static_cast<const unsigned char*>(data) != 0 ? u"true" : u"false";
     case ItemKind::UnsignedInt: {
       char16_t text[16];
       FormatBounded(text, 16, u"%u", *static_cast<const std::uint32_t*>(data));
       return text;
     }
-    case ItemKind::String: return static_cast<const char16_t*>(data);
+    case ItemKind::String:
+      return static_cast<const char16_t*>(data);
     case ItemKind::Guid: {
       char16_t text[Common::GUID::kTextCapacity];
       return static_cast<const Common::GUID*>(data)->ToString(text);
     }
-    case ItemKind::Store: break;
+    case ItemKind::Store:
+      break;
   }
   return u"";
 }
 
 std::u16string CurrentValue(IItem* item) {
   switch (KindOf(item)) {
-    case ItemKind::Bool: return FormatValue(ItemKind::Bool, Typed<bool>(item)->Get());
-    case ItemKind::UnsignedInt: return FormatValue(ItemKind::UnsignedInt, Typed<std::uint32_t>(item)->Get());
-    case ItemKind::String: return FormatValue(ItemKind::String, Typed<WideString>(item)->Get());
-    case ItemKind::Guid: return FormatValue(ItemKind::Guid, Typed<Common::GUID>(item)->Get());
-    case ItemKind::Store: break;
+    case ItemKind::Bool:
+      return FormatValue(ItemKind::Bool, Typed<bool>(item)->Get());
+    case ItemKind::UnsignedInt:
+      return FormatValue(ItemKind::UnsignedInt, Typed<std::uint32_t>(item)->Get());
+    case ItemKind::String:
+      return FormatValue(ItemKind::String, Typed<WideString>(item)->Get());
+    case ItemKind::Guid:
+      return FormatValue(ItemKind::Guid, Typed<Common::GUID>(item)->Get());
+    case ItemKind::Store:
+      break;
   }
   return u"";
 }
@@ -120,9 +137,12 @@ ErrorCode SetFromText(IItem* item, const std::u16string& text) {
     case ItemKind::Bool: {
       std::u16string lower = Lower(text);
       bool value;
-      if (lower == u"true" || lower == u"1") value = true;
-      else if (lower == u"false" || lower == u"0") value = false;
-      else return NotAValue(text, kind);
+      if (lower == u"true" || lower == u"1")
+        value = true;
+      else if (lower == u"false" || lower == u"0")
+        value = false;
+      else
+        return NotAValue(text, kind);
       return Typed<bool>(item)->Set(&value);
     }
     case ItemKind::UnsignedInt: {
@@ -130,14 +150,16 @@ ErrorCode SetFromText(IItem* item, const std::u16string& text) {
       if (!ParseUnsigned(text, value)) return NotAValue(text, kind);
       return Typed<std::uint32_t>(item)->Set(&value);
     }
-    case ItemKind::String: return Typed<WideString>(item)->Set(text.c_str());
+    case ItemKind::String:
+      return Typed<WideString>(item)->Set(text.c_str());
     case ItemKind::Guid: {
       Common::GUID value;
       // The parser reports a bad text itself.
       if (ErrorCode status = Common::GUID::StringToGuid(text.c_str(), value); status != ErrorNone) return status;
       return Typed<Common::GUID>(item)->Set(&value);
     }
-    case ItemKind::Store: break;
+    case ItemKind::Store:
+      break;
   }
   return RaiseError("halcyra-data", ErrorInvalidOperation, u"'%s' is a store, not a value", DisplayPath(item).c_str());
 }

@@ -67,8 +67,8 @@ int main(int argc, char** argv) {
   }
   HalcyraData::HoldReports();
   Platform::ComPtr<DataSystem::IDataSystem> dataSystem;
-  ErrorCode status = DeviceRouting::CreateDeviceRoutingDataSystem(dataSystem.Put(), 0, DataSystem::ProductDesc{},
-                                                                  nullptr, nullptr);
+  ErrorCode status =
+      DeviceRouting::CreateDeviceRoutingDataSystem(dataSystem.Put(), 0, DataSystem::ProductDesc{}, nullptr, nullptr);
   if (status != ErrorNone) {
     HalcyraData::ShowHeldReports();
     HalcyraData::Fail("the routing data system did not open", status);

@@ -44,11 +44,11 @@ int Failed(Platform::LSTATUS status) {
     return kFailure;
   }
   char16_t text[512];
-  Platform::DWORD length = Platform::FormatMessageW(
-      Platform::FORMAT_MESSAGE_FROM_SYSTEM | Platform::FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-      static_cast<Platform::DWORD>(status), 0, text, 512, nullptr);
-  std::string message = length != 0 ? Platform::Utf16ToUtf8(std::u16string_view(text, length))
-                                     : "Error " + std::to_string(status) + ".";
+  Platform::DWORD length =
+      Platform::FormatMessageW(Platform::FORMAT_MESSAGE_FROM_SYSTEM | Platform::FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                               static_cast<Platform::DWORD>(status), 0, text, 512, nullptr);
+  std::string message =
+      length != 0 ? Platform::Utf16ToUtf8(std::u16string_view(text, length)) : "Error " + std::to_string(status) + ".";
   while (!message.empty() && (message.back() == '\n' || message.back() == '\r')) message.pop_back();
   PrintError("ERROR: " + message);
   return kFailure;

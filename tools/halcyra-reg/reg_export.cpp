@@ -45,15 +45,15 @@ int Export(const Arguments& arguments) {
   const std::filesystem::path path(Utf8ToUtf16(file));
   bool overwrite = arguments.size() == 3;
   UniqueKey key;
-  LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.Put());
+  LSTATUS status =
+      RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.Put());
   if (status != ERROR_SUCCESS) return Failed(status);
 
   std::u16string text = std::u16string(kRegFileHeader) + u"\r\n\r\n";
   status = AppendTree(key.Get(), name.Full(), text);
   if (status != ERROR_SUCCESS) return Failed(status);
   std::error_code ignored;
-  if (!overwrite && std::filesystem::exists(path, ignored) &&
-      !Confirm("File " + file + " already exists. Overwrite")) {
+  if (!overwrite && std::filesystem::exists(path, ignored) && !Confirm("File " + file + " already exists. Overwrite")) {
     return Canceled();
   }
   std::ofstream out(path, std::ios::binary | std::ios::trunc);

@@ -19,7 +19,8 @@ LSTATUS ReadValues(HKEY key, std::vector<Value>& values) {
       continue;
     }
     if (status != ERROR_SUCCESS) return status;
-    values.push_back(Value{std::u16string(name.data(), nameLength), type, std::vector<BYTE>(data.begin(), data.begin() + size)});
+    values.push_back(
+        Value{std::u16string(name.data(), nameLength), type, std::vector<BYTE>(data.begin(), data.begin() + size)});
     ++index;
   }
 }

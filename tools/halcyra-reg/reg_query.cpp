@@ -44,7 +44,8 @@ LSTATUS QueryTree(HKEY key, const std::string& fullName, bool isStart, std::stri
 // Lines of the keys of the subtree that have the value `name`, and how many do. The registry finds
 // the value, matching the name as it matches any value name; the lines show `name` as typed, as
 // for a query of one key.
-LSTATUS FindValue(HKEY key, const std::string& fullName, const std::u16string& name, std::string& output, int& matches) {
+LSTATUS FindValue(HKEY key, const std::string& fullName, const std::u16string& name, std::string& output,
+                  int& matches) {
   Value value;
   LSTATUS status = ReadValue(key, name, value);
   if (status == ERROR_SUCCESS) {
@@ -85,7 +86,8 @@ int Query(const Arguments& arguments) {
     }
   }
   UniqueKey key;
-  LSTATUS status = RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.Put());
+  LSTATUS status =
+      RegOpenKeyExW(name.root, name.path.empty() ? nullptr : name.WidePath().c_str(), 0, KEY_READ, key.Put());
   if (status != ERROR_SUCCESS) return Failed(status);
 
   std::string output = "\n";

@@ -50,7 +50,8 @@ bool IsOption(const std::string& argument, const char* option) {
   std::string name = argument.substr(1);
   if (name.size() != std::char_traits<char>::length(option)) return false;
   for (std::size_t i = 0; i < name.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(name[i])) != std::tolower(static_cast<unsigned char>(option[i]))) return false;
+    if (std::tolower(static_cast<unsigned char>(name[i])) != std::tolower(static_cast<unsigned char>(option[i])))
+      return false;
   }
   return true;
 }

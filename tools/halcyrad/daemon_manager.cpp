@@ -6,6 +6,4 @@ void* DaemonManager::GetInterface(const Common::GUID* iid) {
   return nullptr;
 }
 
-Daemon::IModule* DaemonManager::FindModule(const Common::GUID* clsid) {
-  return *clsid == m_clsid ? m_module : nullptr;
-}
+Daemon::IModule* DaemonManager::FindModule(const Common::GUID* clsid) { return *clsid == m_clsid ? m_module : nullptr; }

@@ -190,8 +190,13 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "halcyrad: %s\n", error.c_str());
     return 1;
   }
-  HalcyraHostSettings settings{sizeof(HalcyraHostSettings), options.logLevel, nullptr, nullptr, &WriteDebugLine,
-                               nullptr, options.simulate ? &Platform::GetProcessClassObject : nullptr};
+  HalcyraHostSettings settings{sizeof(HalcyraHostSettings),
+                               options.logLevel,
+                               nullptr,
+                               nullptr,
+                               &WriteDebugLine,
+                               nullptr,
+                               options.simulate ? &Platform::GetProcessClassObject : nullptr};
   if (!library.Configure(settings)) {
     std::fprintf(stderr, "halcyrad: the module library refused the host settings\n");
     return 1;

@@ -23,8 +23,8 @@ void Check(bool condition) {
   if (!condition) __builtin_trap();
 }
 
-const DWORD kTypes[] = {Platform::REG_SZ,    Platform::REG_EXPAND_SZ, Platform::REG_NONE,
-                        Platform::REG_DWORD, Platform::REG_DWORD_BIG_ENDIAN, Platform::REG_QWORD,
+const DWORD kTypes[] = {Platform::REG_SZ,     Platform::REG_EXPAND_SZ,        Platform::REG_NONE,
+                        Platform::REG_DWORD,  Platform::REG_DWORD_BIG_ENDIAN, Platform::REG_QWORD,
                         Platform::REG_BINARY, Platform::REG_MULTI_SZ};
 
 std::vector<BYTE> Terminated(const std::u16string& text) {

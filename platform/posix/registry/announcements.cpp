@@ -99,8 +99,8 @@ void ChangeAnnouncements::Stage(std::vector<ChangeRecord>& changes) {
     std::atomic_thread_fence(std::memory_order_release);
     Shared(target.kind).store(static_cast<std::uint32_t>(change.kind), std::memory_order_relaxed);
     bool fits = change.path.size() <= kPathUnits;
-    Shared(target.length).store(fits ? static_cast<std::uint32_t>(change.path.size()) : kTooLong,
-                                std::memory_order_relaxed);
+    Shared(target.length)
+        .store(fits ? static_cast<std::uint32_t>(change.path.size()) : kTooLong, std::memory_order_relaxed);
     for (std::size_t word = 0; fits && word * 4 < change.path.size(); ++word) {
       std::uint64_t packed = 0;
       std::size_t units = std::min<std::size_t>(4, change.path.size() - word * 4);
@@ -153,9 +153,7 @@ std::int64_t ChangeAnnouncements::Announced() const {
   return Shared(header().announced).load(std::memory_order_acquire);
 }
 
-std::uint32_t ChangeAnnouncements::WakeCount() const {
-  return Shared(header().wake).load(std::memory_order_seq_cst);
-}
+std::uint32_t ChangeAnnouncements::WakeCount() const { return Shared(header().wake).load(std::memory_order_seq_cst); }
 
 void ChangeAnnouncements::WakeAll() { Wake(); }
 

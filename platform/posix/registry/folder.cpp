@@ -40,7 +40,7 @@ std::string RegistryFolder() {
 }
 
 bool MakeFolder(const std::string& folder) {
-  for (std::size_t slash = folder.find('/', 1); ; slash = folder.find('/', slash + 1)) {
+  for (std::size_t slash = folder.find('/', 1);; slash = folder.find('/', slash + 1)) {
     std::string part = folder.substr(0, slash);
     if (!part.empty() && ::mkdir(part.c_str(), 0700) != 0 && errno != EEXIST) break;
     if (slash == std::string::npos) break;

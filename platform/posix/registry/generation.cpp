@@ -20,7 +20,8 @@ std::unique_ptr<HiveGenerations> HiveGenerations::Open(const std::string& path, 
   struct stat status {};
   // Growing is the only change made to the size, so that two processes that create the file at
   // the same time never wipe counters the other one already advanced.
-  if (::fstat(fd, &status) != 0 || (status.st_size < static_cast<off_t>(kFileSize) && ::ftruncate(fd, kFileSize) != 0)) {
+  if (::fstat(fd, &status) != 0 ||
+      (status.st_size < static_cast<off_t>(kFileSize) && ::ftruncate(fd, kFileSize) != 0)) {
     ::close(fd);
     return nullptr;
   }
@@ -33,9 +34,7 @@ std::unique_ptr<HiveGenerations> HiveGenerations::Open(const std::string& path, 
 }
 
 HiveGenerations::HiveGenerations(int fd, void* mapping)
-    : m_fd(fd),
-      m_mapping(mapping),
-      m_counters(static_cast<std::uint64_t*>(mapping)),
+    : m_fd(fd), m_mapping(mapping), m_counters(static_cast<std::uint64_t*>(mapping)),
       m_announcements(static_cast<unsigned char*>(mapping) + kPage) {}
 
 HiveGenerations::~HiveGenerations() {

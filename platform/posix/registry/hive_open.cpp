@@ -135,8 +135,9 @@ LSTATUS RegistryHive::Initialize() {
   // Commits reach the operating system at once (a killed process loses nothing) and the disk at
   // checkpoints, which the checkpointer does in the background; the WAL file keeps its size
   // between them, since writing into blocks it already has is cheaper than growing.
-  int result = ExecuteSql(m_db, "PRAGMA synchronous=NORMAL; PRAGMA secure_delete=OFF; PRAGMA temp_store=MEMORY;"
-                                " PRAGMA journal_size_limit=16777216");
+  int result = ExecuteSql(m_db,
+                          "PRAGMA synchronous=NORMAL; PRAGMA secure_delete=OFF; PRAGMA temp_store=MEMORY;"
+                          " PRAGMA journal_size_limit=16777216");
   if (result != SQLITE_OK) return OpeningFailed(result, sqlite3_errmsg(m_db));
   bool empty = false, hasKeys = false;
   LSTATUS status = Probe(empty, hasKeys);
@@ -162,9 +163,10 @@ LSTATUS RegistryHive::Initialize() {
 LSTATUS RegistryHive::Probe(bool& empty, bool& hasKeys) {
   // Reading the header tells a database from anything else before anything is written.
   SqliteStatement probe;
-  int result = probe.Prepare(m_db, "SELECT (SELECT application_id FROM pragma_application_id),"
-                                   " (SELECT count(*) FROM sqlite_master),"
-                                   " (SELECT count(*) FROM sqlite_master WHERE name = 'keys')");
+  int result = probe.Prepare(m_db,
+                             "SELECT (SELECT application_id FROM pragma_application_id),"
+                             " (SELECT count(*) FROM sqlite_master),"
+                             " (SELECT count(*) FROM sqlite_master WHERE name = 'keys')");
   if (result != SQLITE_OK) return OpeningFailed(result, sqlite3_errmsg(m_db));
   StatementUse use(probe);
   result = use.Step();
@@ -206,8 +208,9 @@ LSTATUS RegistryHive::PrepareContents(bool staleVolatile) {
   }
   if (result == SQLITE_OK) {
     SqliteStatement root;
-    result = root.Prepare(m_db, "INSERT OR IGNORE INTO keys(parent, name, folded, path, last_write)"
-                                " VALUES(NULL, x'', x'', x'', ?1)");
+    result = root.Prepare(m_db,
+                          "INSERT OR IGNORE INTO keys(parent, name, folded, path, last_write)"
+                          " VALUES(NULL, x'', x'', x'', ?1)");
     if (result == SQLITE_OK) {
       StatementUse use(root);
       use.Bind(1, NowAsFileTime());

@@ -176,8 +176,7 @@ LSTATUS RegistryHive::LoadValues(HiveKey& key) {
     LSTATUS status = CheckAlive(key);
     if (status != ERROR_SUCCESS) return status;
   }
-  if (m_generations != nullptr && HiveGenerations::IsStable(values) &&
-      m_generations->Load(Counter::Values) == values) {
+  if (m_generations != nullptr && HiveGenerations::IsStable(values) && m_generations->Load(Counter::Values) == values) {
     key.valuesAt = values;
   }
   return ERROR_SUCCESS;

@@ -37,8 +37,8 @@ RegistryNotifier::~RegistryNotifier() {
   }
 }
 
-LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bool subtree, DWORD filter,
-                              HANDLE event, const void* owner) {
+LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bool subtree, DWORD filter, HANDLE event,
+                              const void* owner) {
   std::lock_guard<std::mutex> lock(m_mutex);
   auto found = m_hives.find(hive.FilePath());
   if (found == m_hives.end()) {

@@ -52,9 +52,7 @@ public:
   void BindBlob(int index, const void* data, std::size_t size) {
     sqlite3_bind_blob64(m_statement, index, size == 0 ? "" : data, size, SQLITE_STATIC);
   }
-  void BindText(int index, std::u16string_view text) {
-    BindBlob(index, text.data(), text.size() * sizeof(char16_t));
-  }
+  void BindText(int index, std::u16string_view text) { BindBlob(index, text.data(), text.size() * sizeof(char16_t)); }
   void BindUtf8(int index, std::string_view text) {
     sqlite3_bind_text64(m_statement, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
   }

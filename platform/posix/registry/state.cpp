@@ -14,7 +14,7 @@ std::mutex g_stateMutex;
 std::string g_bootIdOverride;
 
 struct PredefinedRoot {
-  int hive;             // index into the hives, -1 for keys this registry does not have
+  int hive;              // index into the hives, -1 for keys this registry does not have
   const char16_t* path;  // key within the hive that the predefined key stands for
 };
 

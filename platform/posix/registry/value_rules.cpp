@@ -110,14 +110,29 @@ LSTATUS CheckTypeRestriction(DWORD flags, DWORD type, std::size_t size) {
   if (restriction == RRF_RT_ANY) return ERROR_SUCCESS;
   DWORD bit = 0;
   switch (type) {
-    case REG_NONE: bit = RRF_RT_REG_NONE; break;
-    case REG_SZ: bit = RRF_RT_REG_SZ; break;
-    case REG_EXPAND_SZ: bit = RRF_RT_REG_EXPAND_SZ; break;
-    case REG_BINARY: bit = RRF_RT_REG_BINARY; break;
-    case REG_DWORD: bit = RRF_RT_REG_DWORD; break;
-    case REG_MULTI_SZ: bit = RRF_RT_REG_MULTI_SZ; break;
-    case REG_QWORD: bit = RRF_RT_REG_QWORD; break;
-    default: return ERROR_UNSUPPORTED_TYPE;
+    case REG_NONE:
+      bit = RRF_RT_REG_NONE;
+      break;
+    case REG_SZ:
+      bit = RRF_RT_REG_SZ;
+      break;
+    case REG_EXPAND_SZ:
+      bit = RRF_RT_REG_EXPAND_SZ;
+      break;
+    case REG_BINARY:
+      bit = RRF_RT_REG_BINARY;
+      break;
+    case REG_DWORD:
+      bit = RRF_RT_REG_DWORD;
+      break;
+    case REG_MULTI_SZ:
+      bit = RRF_RT_REG_MULTI_SZ;
+      break;
+    case REG_QWORD:
+      bit = RRF_RT_REG_QWORD;
+      break;
+    default:
+      return ERROR_UNSUPPORTED_TYPE;
   }
   if ((restriction & bit) == 0) return ERROR_UNSUPPORTED_TYPE;
   if (type == REG_BINARY) {

@@ -48,7 +48,7 @@ struct Extensible {
 typedef struct ModuleSlots {
   void* (*ScalarDeletingDestructor)(Module* self, uint32_t flags); /* 0 */
   void* (*GetInterface)(Module* self, const Guid* iid);            /* 1 */
-  void (*SetManager)(Module* self, DaemonManager* manager);         /* 2 */
+  void (*SetManager)(Module* self, DaemonManager* manager);        /* 2 */
   const uint16_t* (*GetName)(Module* self);                        /* 3 */
   const uint16_t* (*GetDisplayName)(Module* self);                 /* 4 */
   int32_t (*GetState)(Module* self);                               /* 5 */

@@ -28,7 +28,8 @@ TEST_P(RegistryAccessTest, WritingThroughAReadHandleIsAccessDenied) {
   SetDword(Root(), u"V", 1);
   UniqueKey reader = Open(Root(), nullptr, KEY_READ);
   DWORD value = 2;
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExW(reader.Get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
+  EXPECT_EQ(ERROR_ACCESS_DENIED,
+            RegSetValueExW(reader.Get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
   EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetKeyValueW(reader.Get(), nullptr, u"V", REG_DWORD, &value, 4));
   EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteValueW(reader.Get(), u"V"));
   DWORD read = 0, size = 4;
@@ -40,7 +41,8 @@ TEST_P(RegistryAccessTest, ReadingThroughAWriteHandleIsAccessDenied) {
   SetDword(Root(), u"V", 1);
   UniqueKey writer = Open(Root(), nullptr, KEY_SET_VALUE);
   DWORD value = 0, size = 4;
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegQueryValueExW(writer.Get(), u"V", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size));
+  EXPECT_EQ(ERROR_ACCESS_DENIED,
+            RegQueryValueExW(writer.Get(), u"V", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size));
   char16_t name[8];
   DWORD length = 8;
   EXPECT_EQ(ERROR_ACCESS_DENIED, RegEnumKeyExW(writer.Get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr));
@@ -50,7 +52,8 @@ TEST_P(RegistryAccessTest, ReadingThroughAWriteHandleIsAccessDenied) {
 TEST_P(RegistryAccessTest, ParentRightsDoNotLimitCreatingOrOpeningSubKeys) {
   UniqueKey notify = Create(Root(), u"Parent", 0, KEY_NOTIFY);
   UniqueKey child;
-  EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyExW(notify.Get(), u"Child", 0, nullptr, 0, KEY_SET_VALUE, nullptr, child.Put(), nullptr));
+  EXPECT_EQ(ERROR_SUCCESS,
+            RegCreateKeyExW(notify.Get(), u"Child", 0, nullptr, 0, KEY_SET_VALUE, nullptr, child.Put(), nullptr));
   UniqueKey opened;
   EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(notify.Get(), u"Child", 0, KEY_READ, opened.Put()));
 }

@@ -44,8 +44,8 @@ std::vector<BYTE> BytesOf(const void* data, std::size_t size) {
 }
 
 TEST_F(RegistryArgumentEdgesTest, StringSizeWithoutTheTerminatorStoresTheTerminatorThatFollows) {
-  ASSERT_EQ(ERROR_SUCCESS,
-            RegSetValueExW(Root(), u"OffByOne", 0, REG_SZ, reinterpret_cast<const BYTE*>(kString), sizeof(kString) - 2));
+  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(Root(), u"OffByOne", 0, REG_SZ, reinterpret_cast<const BYTE*>(kString),
+                                          sizeof(kString) - 2));
   EXPECT_EQ(BytesOf(kString, sizeof(kString)), Stored(u"OffByOne"));
 }
 

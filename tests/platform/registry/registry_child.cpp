@@ -26,7 +26,8 @@ int Sequence(const std::u16string& key, long count) {
     char name[32];
     std::snprintf(name, sizeof(name), "N%05ld", i);
     DWORD value = static_cast<DWORD>(i);
-    LSTATUS status = RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), Platform::Utf8ToUtf16(name).c_str(), REG_DWORD, &value, 4);
+    LSTATUS status =
+        RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), Platform::Utf8ToUtf16(name).c_str(), REG_DWORD, &value, 4);
     if (status != ERROR_SUCCESS) {
       std::printf("failed %ld %d\n", i, static_cast<int>(status));
       return 1;
@@ -60,9 +61,8 @@ int Watch(const std::u16string& key, long seconds) {
   HKEY handle = nullptr;
   if (RegOpenKeyExW(HKEY_CURRENT_USER, key.c_str(), 0, KEY_NOTIFY, &handle) != ERROR_SUCCESS) return 2;
   HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-  LSTATUS status = RegNotifyChangeKeyValue(handle, TRUE,
-                                           REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC,
-                                           event, TRUE);
+  LSTATUS status = RegNotifyChangeKeyValue(
+      handle, TRUE, REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC, event, TRUE);
   if (status != ERROR_SUCCESS) return 3;
   std::printf("armed\n");
   std::fflush(stdout);

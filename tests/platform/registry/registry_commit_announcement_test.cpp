@@ -39,8 +39,8 @@ protected:
 TEST_F(RegistryCommitAnnouncementTest, WriterKilledRightAfterItsCommitStillSignalsTheWatchersOfOtherProcesses) {
   const std::string key = Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Watched";
   for (DWORD round = 1; round <= kRounds; ++round) {
-    ASSERT_EQ(ERROR_SUCCESS, RegNotifyChangeKeyValue(m_watched.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, m_event.Get(),
-                                                     TRUE));
+    ASSERT_EQ(ERROR_SUCCESS,
+              RegNotifyChangeKeyValue(m_watched.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, m_event.Get(), TRUE));
     ChildProcess::Result writer = ChildProcess::Run(HALCYRA_DYING_WRITER, {key, std::to_string(round)});
     ASSERT_EQ(ChildProcess::kKilledExitCode, writer.exitCode) << "round " << round << ": " << writer.error;
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(m_event.Get(), kSignalWait)) << "round " << round;

@@ -33,24 +33,30 @@ protected:
 
   Platform::HKEY Root() const { return m_sandbox->Root(); }
 
-  Platform::UniqueKey Create(Platform::HKEY parent, const char16_t* path, Platform::DWORD options = 0, Platform::REGSAM access = Platform::KEY_ALL_ACCESS) {
+  Platform::UniqueKey Create(Platform::HKEY parent, const char16_t* path, Platform::DWORD options = 0,
+                             Platform::REGSAM access = Platform::KEY_ALL_ACCESS) {
     Platform::UniqueKey key;
-    EXPECT_EQ(Platform::ERROR_SUCCESS, Platform::RegCreateKeyExW(parent, path, 0, nullptr, options, access, nullptr, key.Put(), nullptr));
+    EXPECT_EQ(Platform::ERROR_SUCCESS,
+              Platform::RegCreateKeyExW(parent, path, 0, nullptr, options, access, nullptr, key.Put(), nullptr));
     return key;
   }
 
-  Platform::UniqueKey Open(Platform::HKEY parent, const char16_t* path, Platform::REGSAM access = Platform::KEY_ALL_ACCESS) {
+  Platform::UniqueKey Open(Platform::HKEY parent, const char16_t* path,
+                           Platform::REGSAM access = Platform::KEY_ALL_ACCESS) {
     Platform::UniqueKey key;
     EXPECT_EQ(Platform::ERROR_SUCCESS, Platform::RegOpenKeyExW(parent, path, 0, access, key.Put()));
     return key;
   }
 
   void SetDword(Platform::HKEY key, const char16_t* name, Platform::DWORD value) {
-    ASSERT_EQ(Platform::ERROR_SUCCESS, Platform::RegSetValueExW(key, name, 0, Platform::REG_DWORD, reinterpret_cast<const Platform::BYTE*>(&value), 4));
+    ASSERT_EQ(Platform::ERROR_SUCCESS, Platform::RegSetValueExW(key, name, 0, Platform::REG_DWORD,
+                                                                reinterpret_cast<const Platform::BYTE*>(&value), 4));
   }
 
-  void SetBytes(Platform::HKEY key, const char16_t* name, Platform::DWORD type, const std::vector<Platform::BYTE>& bytes) {
-    ASSERT_EQ(Platform::ERROR_SUCCESS, Platform::RegSetValueExW(key, name, 0, type, bytes.data(), static_cast<Platform::DWORD>(bytes.size())));
+  void SetBytes(Platform::HKEY key, const char16_t* name, Platform::DWORD type,
+                const std::vector<Platform::BYTE>& bytes) {
+    ASSERT_EQ(Platform::ERROR_SUCCESS,
+              Platform::RegSetValueExW(key, name, 0, type, bytes.data(), static_cast<Platform::DWORD>(bytes.size())));
   }
 
   std::vector<std::u16string> SubKeyNames(Platform::HKEY key) {

@@ -29,9 +29,7 @@ constexpr int kLineWait = 10000;
 
 class RegistryCrossProcessTest : public ::testing::Test {
 protected:
-  void SetUp() override {
-    ASSERT_TRUE(m_sandbox.Ready());
-  }
+  void SetUp() override { ASSERT_TRUE(m_sandbox.Ready()); }
 
   // Reads lines of `child` until one contains `text`; false when none does in time.
   static bool WaitForLine(ChildProcess& child, const std::string& text, std::string* line = nullptr) {
@@ -53,8 +51,8 @@ protected:
 
 TEST_F(RegistryCrossProcessTest, WatchToolPrintsAChangeMadeByTheAddTool) {
   UniqueKey probe;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Probe", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                                           probe.Put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS,
+            RegCreateKeyExW(m_sandbox.Root(), u"Probe", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, probe.Put(), nullptr));
   const std::string probeName = "HKEY_CURRENT_USER\\" + Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Probe";
   ChildProcess watcher;
   ASSERT_TRUE(watcher.Start(HALCYRA_REG_TOOL, {"watch", m_sandbox.RootCommandPath() + "\\Probe", "/s"}));
@@ -109,8 +107,8 @@ TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites
     char targetName[16];
     std::snprintf(targetName, sizeof(targetName), "N%05u", target);
     const std::u16string wideTarget = Platform::Utf8ToUtf16(targetName);
-    while (RegGetValueW(HKEY_CURRENT_USER, wideKey.c_str(), wideTarget.c_str(), RRF_RT_ANY, nullptr, nullptr, nullptr) !=
-               ERROR_SUCCESS &&
+    while (RegGetValueW(HKEY_CURRENT_USER, wideKey.c_str(), wideTarget.c_str(), RRF_RT_ANY, nullptr, nullptr,
+                        nullptr) != ERROR_SUCCESS &&
            std::chrono::steady_clock::now() < deadline) {
       std::this_thread::yield();
     }
@@ -127,7 +125,8 @@ TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites
     for (DWORD index = 0;; ++index) {
       char16_t name[32];
       DWORD length = 32, data = 0, size = 4, type = 0;
-      LSTATUS status = RegEnumValueW(killed.Get(), index, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
+      LSTATUS status =
+          RegEnumValueW(killed.Get(), index, name, &length, nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
       if (status == ERROR_NO_MORE_ITEMS) break;
       ASSERT_EQ(ERROR_SUCCESS, status);
       char expected[16];
@@ -174,9 +173,9 @@ TEST_F(RegistryCrossProcessTest, FourWritersAndAWatcherLoseNothingInTenSeconds) 
     UniqueKernelHandle event(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     bool signalled = false;
     while (!stop) {
-      LSTATUS status = RegNotifyChangeKeyValue(busy.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_NAME |
-                                                                     REG_NOTIFY_THREAD_AGNOSTIC,
-                                               event.Get(), TRUE);
+      LSTATUS status = RegNotifyChangeKeyValue(
+          busy.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_THREAD_AGNOSTIC,
+          event.Get(), TRUE);
       if (status != ERROR_SUCCESS) {
         watcherStatus = status;
         return;
@@ -234,17 +233,19 @@ TEST_F(RegistryCrossProcessTest, ExportAndImportRoundTripThroughAFile) {
   DWORD number = 0x100;
   ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.Get(), u"DWORD", 0, REG_DWORD, reinterpret_cast<BYTE*>(&number), 4));
   const char16_t text[] = u"Use \\ and \" here";
-  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.Get(), u"String", 0, REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof(text)));
+  ASSERT_EQ(ERROR_SUCCESS,
+            RegSetValueExW(source.Get(), u"String", 0, REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof(text)));
   std::vector<BYTE> binary(40);
   for (std::size_t i = 0; i < binary.size(); ++i) binary[i] = static_cast<BYTE>(i * 7);
-  ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(source.Get(), nullptr, 0, 0x100, binary.data(), static_cast<DWORD>(binary.size())));
+  ASSERT_EQ(ERROR_SUCCESS,
+            RegSetValueExW(source.Get(), nullptr, 0, 0x100, binary.data(), static_cast<DWORD>(binary.size())));
 
   const std::string key = m_sandbox.RootCommandPath() + "\\Source";
   // A file of this test's own in the temporary folder (the sandbox has a folder on Linux only),
   // named after the sandbox's random key and removed at the end.
   const std::u16string& rootPath = m_sandbox.RootPath();
-  const std::filesystem::path exportPath =
-      std::filesystem::temp_directory_path() / (Platform::Utf16ToUtf8(rootPath.substr(rootPath.rfind(u'\\') + 1)) + ".reg");
+  const std::filesystem::path exportPath = std::filesystem::temp_directory_path() /
+                                           (Platform::Utf16ToUtf8(rootPath.substr(rootPath.rfind(u'\\') + 1)) + ".reg");
   struct RemoveAtEnd {
     std::filesystem::path path;
     ~RemoveAtEnd() {
@@ -289,9 +290,9 @@ TEST_F(RegistryCrossProcessTest, QueryToolPrintsValuesAndSubKeysAsRegDoes) {
   const std::string name = "HKEY_CURRENT_USER\\" + Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Query";
   ChildProcess::Result result = ChildProcess::Run(HALCYRA_REG_TOOL, {"query", m_sandbox.RootCommandPath() + "\\Query"});
   EXPECT_EQ(0, result.exitCode);
-  EXPECT_EQ("\n" + name + "\n    Test1    REG_SZ    Hello, World\n    Test2    REG_DWORD    0x123\n\n" + name +
-                "\\subkey\n",
-            result.output);
+  EXPECT_EQ(
+      "\n" + name + "\n    Test1    REG_SZ    Hello, World\n    Test2    REG_DWORD    0x123\n\n" + name + "\\subkey\n",
+      result.output);
 
   result = ChildProcess::Run(HALCYRA_REG_TOOL, {"query", m_sandbox.RootCommandPath() + "\\Query", "/v", "Missing"});
   EXPECT_EQ(1, result.exitCode);
@@ -300,7 +301,8 @@ TEST_F(RegistryCrossProcessTest, QueryToolPrintsValuesAndSubKeysAsRegDoes) {
 
 TEST_F(RegistryCrossProcessTest, AddToolRefusesAnUnknownTypeAndBadData) {
   const std::string key = m_sandbox.RootCommandPath() + "\\Typed";
-  ChildProcess::Result result = ChildProcess::Run(HALCYRA_REG_TOOL, {"add", key, "/v", "x", "/t", "REG_WHATEVER", "/d", "1", "/f"});
+  ChildProcess::Result result =
+      ChildProcess::Run(HALCYRA_REG_TOOL, {"add", key, "/v", "x", "/t", "REG_WHATEVER", "/d", "1", "/f"});
   EXPECT_EQ(1, result.exitCode);
   EXPECT_EQ("ERROR: Invalid syntax.\nType \"REG ADD /?\" for usage.\n", result.error);
   result = ChildProcess::Run(HALCYRA_REG_TOOL, {"add", key, "/v", "x", "/t", "REG_DWORD", "/d", "0x100000000", "/f"});

@@ -85,8 +85,10 @@ TEST_P(RegistryDeletionTest, EveryHandleOfADeletedKeyGivesKeyDeleted) {
   SetDword(doomed.Get(), u"V", 1);
   ASSERT_EQ(ERROR_SUCCESS, RegDeleteTreeW(Root(), u"Doomed"));
   DWORD value = 0, size = 4;
-  EXPECT_EQ(ERROR_KEY_DELETED, RegQueryValueExW(doomed.Get(), u"V", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size));
-  EXPECT_EQ(ERROR_KEY_DELETED, RegSetValueExW(doomed.Get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
+  EXPECT_EQ(ERROR_KEY_DELETED,
+            RegQueryValueExW(doomed.Get(), u"V", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size));
+  EXPECT_EQ(ERROR_KEY_DELETED,
+            RegSetValueExW(doomed.Get(), u"V", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
   char16_t name[16];
   DWORD length = 16;
   EXPECT_EQ(ERROR_KEY_DELETED, RegEnumKeyExW(doomed.Get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr));
@@ -95,7 +97,8 @@ TEST_P(RegistryDeletionTest, EveryHandleOfADeletedKeyGivesKeyDeleted) {
   EXPECT_EQ(ERROR_KEY_DELETED, RegQueryInfoKeyW(below.Get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                 nullptr, nullptr, nullptr, nullptr, nullptr));
   HKEY key = nullptr;
-  EXPECT_EQ(ERROR_KEY_DELETED, RegCreateKeyExW(doomed.Get(), u"New", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+  EXPECT_EQ(ERROR_KEY_DELETED,
+            RegCreateKeyExW(doomed.Get(), u"New", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
   EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(doomed.Detach()));
 }
 

@@ -51,7 +51,8 @@ TEST_P(RegistryEnumerationTest, EnumKeyWithASmallBufferIsMoreData) {
 TEST_P(RegistryEnumerationTest, EnumKeyGivesClassAndLastWriteTime) {
   UniqueKey key;
   char16_t keyClass[] = u"Kind";
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"Classy", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS,
+            RegCreateKeyExW(Root(), u"Classy", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
   char16_t name[16], classBuffer[16];
   DWORD length = 16, classLength = 16;
   FILETIME written{};
@@ -132,7 +133,8 @@ TEST_P(RegistryEnumerationTest, EnumerationSeesEveryValueOnce) {
 TEST_P(RegistryEnumerationTest, QueryInfoKeyCountsSubKeysAndValues) {
   char16_t keyClass[] = u"subsubkey class";
   UniqueKey sub;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"subsubkey", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, sub.Put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS,
+            RegCreateKeyExW(Root(), u"subsubkey", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, sub.Put(), nullptr));
   SetBytes(Root(), nullptr, REG_SZ, StringBytes(u"data"));
   SetBytes(Root(), u"value one", REG_SZ, StringBytes(u"first value data"));
   SetBytes(Root(), u"value 2", REG_SZ, StringBytes(u"second value data"));
@@ -152,7 +154,8 @@ TEST_P(RegistryEnumerationTest, QueryInfoKeyCountsSubKeysAndValues) {
 TEST_P(RegistryEnumerationTest, QueryInfoKeyGivesTheClass) {
   char16_t keyClass[] = u"subkey class";
   UniqueKey sub;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(Root(), u"sub", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, sub.Put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS,
+            RegCreateKeyExW(Root(), u"sub", 0, keyClass, 0, KEY_ALL_ACCESS, nullptr, sub.Put(), nullptr));
   char16_t buffer[32];
   DWORD length = 32;
   ASSERT_EQ(ERROR_SUCCESS, RegQueryInfoKeyW(sub.Get(), buffer, &length, nullptr, nullptr, nullptr, nullptr, nullptr,

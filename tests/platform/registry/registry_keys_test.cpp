@@ -1,6 +1,6 @@
 // Registry keys as Windows documents them: creation, opening, paths and names, checked against the
-// platform API only, on Linux against the SQLite registry and in the Windows build against Wine's. Each test runs once below
-// HKEY_CURRENT_USER and once below HKEY_LOCAL_MACHINE.
+// platform API only, on Linux against the SQLite registry and in the Windows build against Wine's. Each test runs once
+// below HKEY_CURRENT_USER and once below HKEY_LOCAL_MACHINE.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -45,7 +45,8 @@ TEST_P(RegistryKeysTest, CreateKeyMakesEveryMissingLevel) {
 
 TEST_P(RegistryKeysTest, CreateKeyRejectsNonZeroReserved) {
   UniqueKey key;
-  EXPECT_EQ(ERROR_INVALID_PARAMETER, RegCreateKeyExW(Root(), u"X", 1, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
+  EXPECT_EQ(ERROR_INVALID_PARAMETER,
+            RegCreateKeyExW(Root(), u"X", 1, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
 }
 
 TEST_P(RegistryKeysTest, OpenMissingKeyFailsWithFileNotFoundAndNullResult) {
@@ -68,7 +69,8 @@ TEST_P(RegistryKeysTest, PathStartingWithBackslashIsBadPathname) {
   Create(Root(), u"Child");
   HKEY key = nullptr;
   EXPECT_EQ(ERROR_BAD_PATHNAME, RegOpenKeyExW(Root(), u"\\Child", 0, KEY_READ, &key));
-  EXPECT_EQ(ERROR_BAD_PATHNAME, RegCreateKeyExW(Root(), u"\\Other", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+  EXPECT_EQ(ERROR_BAD_PATHNAME,
+            RegCreateKeyExW(Root(), u"\\Other", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
 }
 
 TEST_P(RegistryKeysTest, TrailingBackslashesAreIgnored) {
@@ -148,7 +150,8 @@ TEST_P(RegistryKeysTest, KeyNameOverTheLimitIsRefused) {
   if (Testing::RunningUnderWine()) GTEST_SKIP() << "Wine takes key names longer than 255 characters";
   std::u16string name(MAX_KEY_NAME_LENGTH + 1, u'k');
   HKEY key = nullptr;
-  EXPECT_NE(ERROR_SUCCESS, RegCreateKeyExW(Root(), name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+  EXPECT_NE(ERROR_SUCCESS,
+            RegCreateKeyExW(Root(), name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
   EXPECT_TRUE(SubKeyNames(Root()).empty());
 }
 
@@ -163,7 +166,8 @@ TEST_P(RegistryKeysTest, ValueNameOfTheLimitLengthIsAccepted) {
 TEST_P(RegistryKeysTest, ValueNameOverTheLimitIsRefused) {
   std::u16string name(MAX_VALUE_NAME_LENGTH + 1, u'v');
   DWORD value = 1;
-  EXPECT_NE(ERROR_SUCCESS, RegSetValueExW(Root(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
+  EXPECT_NE(ERROR_SUCCESS,
+            RegSetValueExW(Root(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4));
   DWORD values = 1;
   ASSERT_EQ(ERROR_SUCCESS, RegQueryInfoKeyW(Root(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &values,
                                             nullptr, nullptr, nullptr, nullptr));

@@ -18,8 +18,8 @@ namespace {
 
 constexpr DWORD kSignalWait = 5000;
 constexpr DWORD kQuietWait = 200;
-constexpr DWORD kAllChanges = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_ATTRIBUTES | REG_NOTIFY_CHANGE_LAST_SET |
-                              REG_NOTIFY_CHANGE_SECURITY;
+constexpr DWORD kAllChanges =
+    REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_ATTRIBUTES | REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_SECURITY;
 
 class RegistryNotificationTest : public ::testing::Test {
 protected:
@@ -46,7 +46,9 @@ protected:
     ASSERT_EQ(ERROR_SUCCESS, RegSetKeyValueW(key, subKey, name, REG_DWORD, &value, 4));
   }
 
-  bool Signalled(DWORD milliseconds = kSignalWait) { return WaitForSingleObject(Event(), milliseconds) == WAIT_OBJECT_0; }
+  bool Signalled(DWORD milliseconds = kSignalWait) {
+    return WaitForSingleObject(Event(), milliseconds) == WAIT_OBJECT_0;
+  }
 
   Testing::RegistrySandbox m_sandbox;
   UniqueKernelHandle m_event;
@@ -149,7 +151,8 @@ TEST_F(RegistryNotificationTest, AsynchronousWatchWithoutEventIsInvalidParameter
 TEST_F(RegistryNotificationTest, WatchThroughAHandleWithoutNotifyRightIsAccessDenied) {
   UniqueKey reader;
   ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(Root(), nullptr, 0, KEY_QUERY_VALUE, reader.Put()));
-  EXPECT_EQ(ERROR_ACCESS_DENIED, RegNotifyChangeKeyValue(reader.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, Event(), TRUE));
+  EXPECT_EQ(ERROR_ACCESS_DENIED,
+            RegNotifyChangeKeyValue(reader.Get(), TRUE, REG_NOTIFY_CHANGE_LAST_SET, Event(), TRUE));
 }
 
 TEST_F(RegistryNotificationTest, SynchronousWatchReturnsAfterAChange) {

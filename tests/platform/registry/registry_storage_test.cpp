@@ -64,13 +64,15 @@ TEST_F(RegistryStorageTest, HiveFileThatIsNotADatabaseGivesBadDbAndIsLeftAsItIs)
   Testing::DebugChannelCapture capture;
   HKEY key = nullptr;
   EXPECT_EQ(ERROR_BADDB, RegOpenKeyExW(HKEY_USERS, u"Anything", 0, KEY_READ, &key));
-  EXPECT_EQ(ERROR_BADDB, RegCreateKeyExW(HKEY_USERS, u"Anything", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+  EXPECT_EQ(ERROR_BADDB,
+            RegCreateKeyExW(HKEY_USERS, u"Anything", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
   DWORD value = 1;
   EXPECT_EQ(ERROR_BADDB, RegSetKeyValueW(HKEY_USERS, u"Anything", u"V", REG_DWORD, &value, 4));
   EXPECT_EQ(garbage, Contents(hive));
   EXPECT_NE(std::string::npos, capture.Text().find("users.db is not a registry hive"));
   // The other hives are not affected.
-  EXPECT_EQ(ERROR_SUCCESS, RegSetKeyValueW(HKEY_CURRENT_USER, m_sandbox.RootPath().c_str(), u"V", REG_DWORD, &value, 4));
+  EXPECT_EQ(ERROR_SUCCESS,
+            RegSetKeyValueW(HKEY_CURRENT_USER, m_sandbox.RootPath().c_str(), u"V", REG_DWORD, &value, 4));
 }
 
 TEST_F(RegistryStorageTest, ReadOnlyFolderServesReadsAndRefusesWrites) {
@@ -82,7 +84,8 @@ TEST_F(RegistryStorageTest, ReadOnlyFolderServesReadsAndRefusesWrites) {
                                 fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec);
 
   DWORD read = 0, size = 4;
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(HKEY_CURRENT_USER, frozen.c_str(), u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
+  EXPECT_EQ(ERROR_SUCCESS,
+            RegGetValueW(HKEY_CURRENT_USER, frozen.c_str(), u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
   EXPECT_EQ(7u, read);
   UniqueKey key;
   ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, frozen.c_str(), 0, KEY_ALL_ACCESS, key.Put()));
@@ -102,7 +105,8 @@ TEST_F(RegistryStorageTest, ReadOnlyFolderServesReadsAndRefusesWrites) {
 
 TEST_F(RegistryStorageTest, WriteAheadLogStaysBoundedUnderManyWrites) {
   UniqueKey key;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Busy", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS,
+            RegCreateKeyExW(m_sandbox.Root(), u"Busy", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Put(), nullptr));
   std::uintmax_t largest = 0;
   for (DWORD i = 0; i < 20000; ++i) {
     ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(key.Get(), u"Counter", 0, REG_DWORD, reinterpret_cast<BYTE*>(&i), 4));
@@ -117,8 +121,8 @@ TEST_F(RegistryStorageTest, WriteAheadLogStaysBoundedUnderManyWrites) {
 
 TEST_F(RegistryStorageTest, VolatileKeysAreGoneAfterAReboot) {
   UniqueKey volatileKey, child;
-  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Volatile", 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
-                                           nullptr, volatileKey.Put(), nullptr));
+  ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Volatile", 0, nullptr, REG_OPTION_VOLATILE,
+                                           KEY_ALL_ACCESS, nullptr, volatileKey.Put(), nullptr));
   ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(volatileKey.Get(), u"Child", 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
                                            nullptr, child.Put(), nullptr));
   DWORD value = 1;
@@ -136,10 +140,11 @@ TEST_F(RegistryStorageTest, VolatileKeysAreGoneAfterAReboot) {
 
   Testing::RegistrySandbox::ReopenRegistry("00000000-0000-0000-0000-000000000001");
   EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExW(HKEY_CURRENT_USER, (root + u"\\Volatile").c_str(), 0, KEY_READ, &key));
-  EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExW(HKEY_CURRENT_USER, (root + u"\\Volatile\\Child").c_str(), 0, KEY_READ, &key));
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND,
+            RegOpenKeyExW(HKEY_CURRENT_USER, (root + u"\\Volatile\\Child").c_str(), 0, KEY_READ, &key));
   DWORD read = 0, size = 4;
-  EXPECT_EQ(ERROR_SUCCESS,
-            RegGetValueW(HKEY_CURRENT_USER, (root + u"\\Stable").c_str(), u"V", RRF_RT_REG_DWORD, nullptr, &read, &size));
+  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(HKEY_CURRENT_USER, (root + u"\\Stable").c_str(), u"V", RRF_RT_REG_DWORD,
+                                        nullptr, &read, &size));
   Testing::RegistrySandbox::ReopenRegistry();
 }
 

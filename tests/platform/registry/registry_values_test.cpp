@@ -33,8 +33,10 @@ TEST_P(RegistryValuesTest, EveryTypeRoundTripsThroughQueryValueEx) {
   SetBytes(Root(), u"Binary", REG_BINARY, binary);
   SetBytes(Root(), u"Text", REG_SZ, text);
   SetBytes(Root(), u"Multi", REG_MULTI_SZ, multi);
-  SetBytes(Root(), u"Dword", REG_DWORD, std::vector<BYTE>(reinterpret_cast<const BYTE*>(&dword), reinterpret_cast<const BYTE*>(&dword) + 4));
-  SetBytes(Root(), u"Qword", REG_QWORD, std::vector<BYTE>(reinterpret_cast<const BYTE*>(&qword), reinterpret_cast<const BYTE*>(&qword) + 8));
+  SetBytes(Root(), u"Dword", REG_DWORD,
+           std::vector<BYTE>(reinterpret_cast<const BYTE*>(&dword), reinterpret_cast<const BYTE*>(&dword) + 4));
+  SetBytes(Root(), u"Qword", REG_QWORD,
+           std::vector<BYTE>(reinterpret_cast<const BYTE*>(&qword), reinterpret_cast<const BYTE*>(&qword) + 8));
   SetBytes(Root(), u"Custom", 0x12345, binary);
 
   const std::pair<const char16_t*, std::pair<DWORD, std::vector<BYTE>>> expected[] = {
@@ -129,7 +131,8 @@ TEST_P(RegistryValuesTest, GetValueNeedsATypeRestriction) {
 TEST_P(RegistryValuesTest, GetValueRejectsDataWithoutSize) {
   SetDword(Root(), u"Dword", 1);
   DWORD value = 0;
-  EXPECT_EQ(ERROR_INVALID_PARAMETER, RegGetValueW(Root(), nullptr, u"Dword", RRF_RT_REG_DWORD, nullptr, &value, nullptr));
+  EXPECT_EQ(ERROR_INVALID_PARAMETER,
+            RegGetValueW(Root(), nullptr, u"Dword", RRF_RT_REG_DWORD, nullptr, &value, nullptr));
 }
 
 TEST_P(RegistryValuesTest, GetValueReadsThroughASubKey) {

@@ -37,11 +37,12 @@ protected:
 };
 
 TEST_F(BuiltInCastersTest, TablesHaveThirteenRowsInOrder) {
-  const char* declared[] = {"char", "signed char", "unsigned char", "bool", "short", "unsigned short", "int",
-                            "long", "long long", "float", "double", "long double", "__wchar_t"};
-  const char* raw[] = {"unsigned long", "unsigned long", "unsigned long", "unsigned long", "unsigned long",
-                       "unsigned long", "unsigned long", "unsigned long", "unsigned long long", "unsigned long",
-                       "unsigned long long", "unsigned long long", "unsigned long"};
+  const char* declared[] = {"char", "signed char", "unsigned char", "bool",   "short",       "unsigned short", "int",
+                            "long", "long long",   "float",         "double", "long double", "__wchar_t"};
+  const char* raw[] = {"unsigned long",      "unsigned long", "unsigned long",      "unsigned long",
+                       "unsigned long",      "unsigned long", "unsigned long",      "unsigned long",
+                       "unsigned long long", "unsigned long", "unsigned long long", "unsigned long long",
+                       "unsigned long"};
   const CasterInfo* plain = GetCasterTable(0);
   const CasterInfo* text = GetCasterTable(kOptionFloatAsString);
   for (int i = 0; i < 13; ++i) {
@@ -183,14 +184,16 @@ TEST_F(BuiltInCastersTest, TextThatDoesNotScanCannotBeRead) {
   ASSERT_EQ(SetRawString(nullptr, u"f", u"not a number"), Platform::ERROR_SUCCESS);
   float read = 0;
   EXPECT_EQ(value->Read(&read, 4), ErrorCannotRead);
-  EXPECT_TRUE(Logged("Error 6 (cannot read resource) in function StorageSystem::BuiltInCasterCategory<unsigned short "
-                     "*>::CBuiltInCasterValue<float,class StorageSystem::Registry::CNativeValue>::Read"));
+  EXPECT_TRUE(
+      Logged("Error 6 (cannot read resource) in function StorageSystem::BuiltInCasterCategory<unsigned short "
+             "*>::CBuiltInCasterValue<float,class StorageSystem::Registry::CNativeValue>::Read"));
 }
 
 TEST_F(BuiltInCastersTest, TextThatDoesNotFitGoesToTheRegistryAsTwiceMinusOneBytesAndTheWriteFails) {
   OpenTextStorage();
   Held<IRegistryValue> value;
-  ASSERT_EQ(textStorage->OpenValue(u"d", &value, SF_READ | SF_WRITE | SF_CREATE, TypeOfDouble(), nullptr, 0), ErrorNone);
+  ASSERT_EQ(textStorage->OpenValue(u"d", &value, SF_READ | SF_WRITE | SF_CREATE, TypeOfDouble(), nullptr, 0),
+            ErrorNone);
   const RawValue before = GetRaw(nullptr, u"d");
   capture.Clear();
   // 1e300 takes 308 characters in "%lf": the formatter answers -1, and twice that goes on as the
@@ -200,9 +203,10 @@ TEST_F(BuiltInCastersTest, TextThatDoesNotFitGoesToTheRegistryAsTwiceMinusOneByt
   EXPECT_EQ(value->Write(&huge, 8), ErrorSystem);
   EXPECT_EQ(Testing::RegistryProbe::RefusedWriteSize(), 0xFFFFFFFEu);
   const std::string systemText = Testing::SystemText(Platform::ERROR_NOACCESS);
-  const std::string report = "Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<1,1>::Write: "
-                             "RegSetKeyValueW raised error 998: " +
-                             (systemText.empty() ? std::string("Unknown system error") : systemText) + "\n";
+  const std::string report =
+      "Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<1,1>::Write: "
+      "RegSetKeyValueW raised error 998: " +
+      (systemText.empty() ? std::string("Unknown system error") : systemText) + "\n";
   // One report, which shows twice on the channel without a debugger.
   EXPECT_EQ(capture.Writes(), (std::vector<std::string>{report, report}));
   const RawValue after = GetRaw(nullptr, u"d");

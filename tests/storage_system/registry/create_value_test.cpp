@@ -61,7 +61,8 @@ TEST_F(CreateValueTest, StructureMakesACompoundValue) {
 TEST_F(CreateValueTest, ArrayOfBytesDecaysToAPointerThatNothingTakes) {
   Choice choice = Create(TypeOfArray<TypeOfUnsignedChar, 8>());
   EXPECT_EQ(choice.code, ErrorNotSupported);
-  EXPECT_TRUE(Logged("Error 15 in function StorageSystem::Registry::CreateValue: Type unsigned char * is not supported"));
+  EXPECT_TRUE(
+      Logged("Error 15 in function StorageSystem::Registry::CreateValue: Type unsigned char * is not supported"));
 }
 
 TEST_F(CreateValueTest, PointerToAStructureIsNotSupported) {
@@ -77,8 +78,9 @@ TEST_F(CreateValueTest, CompoundFactoryWithoutSerializerIsNotSupported) {
   auto* store = static_cast<IStore*>(storage->GetInterface(&IID_IStore));
   EXPECT_EQ(CreateCompoundSerializerValue(TypeOfPointer<Testing::TypeOfPoint>(), store, &value, &effective),
             ErrorNotSupported);
-  EXPECT_TRUE(Logged("Error 15 in function StorageSystem::Registry::CreateCompoundSerializerValue: Type Point * is not "
-                     "supported"));
+  EXPECT_TRUE(
+      Logged("Error 15 in function StorageSystem::Registry::CreateCompoundSerializerValue: Type Point * is not "
+             "supported"));
 }
 
 TEST_F(CreateValueTest, CasterFactoryWithoutRowIsNotFound) {
@@ -86,8 +88,9 @@ TEST_F(CreateValueTest, CasterFactoryWithoutRowIsNotFound) {
   const ITypeDescription* effective = nullptr;
   auto* store = static_cast<IStore*>(storage->GetInterface(&IID_IStore));
   EXPECT_EQ(CreateBuiltInCasterValue(0, TypeOfCommonGuid(), store, &value, &effective), ErrorNotFound);
-  EXPECT_TRUE(Logged("Error 14 in function StorageSystem::Registry::CreateBuiltInCasterValue: Could not find build-in "
-                     "type caster information"));
+  EXPECT_TRUE(
+      Logged("Error 14 in function StorageSystem::Registry::CreateBuiltInCasterValue: Could not find build-in "
+             "type caster information"));
 }
 
 }  // namespace

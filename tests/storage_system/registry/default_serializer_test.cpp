@@ -29,8 +29,9 @@ TEST_F(DefaultSerializerTest, HasNoTextForm) {
   std::uint32_t size = 0;
   const Testing::Point point = {1, 2};
   EXPECT_EQ(serializer.ToString(Testing::TypeOfPoint(), &point, 8, nullptr, &size), ErrorNotImplemented);
-  EXPECT_TRUE(Logged("Error 20 (this feature has not been implemented yet) in function "
-                     "StorageSystem::CDefaultSerializer::ToString"));
+  EXPECT_TRUE(
+      Logged("Error 20 (this feature has not been implemented yet) in function "
+             "StorageSystem::CDefaultSerializer::ToString"));
   EXPECT_EQ(serializer.FromString(Testing::TypeOfPoint(), &point, 8, nullptr, &size), ErrorNotImplemented);
   EXPECT_TRUE(Logged("in function StorageSystem::CDefaultSerializer::FromString"));
 }

@@ -66,8 +66,9 @@ TEST_F(GuidSerializerTest, BinaryFormIsACopy) {
   EXPECT_EQ(std::memcmp(bytes, &kGuid, 16), 0);
   size = 8;
   EXPECT_EQ(serializer.FromBinary(TypeOfCommonGuid(), &kGuid, 16, bytes, &size), ErrorOutOfBounds);
-  EXPECT_TRUE(Logged("Error 10 in function StorageSystem::ASerializerBase<class Common::CExtensible<class "
-                     "StorageSystem::ISerializer> >::RawBinaryCopy: Buffer too small"));
+  EXPECT_TRUE(
+      Logged("Error 10 in function StorageSystem::ASerializerBase<class Common::CExtensible<class "
+             "StorageSystem::ISerializer> >::RawBinaryCopy: Buffer too small"));
 }
 
 TEST_F(GuidSerializerTest, DeclaredCommonGuidIsStoredAsBracedText) {

@@ -51,8 +51,9 @@ TEST_F(NativeValueTest, UnsignedIntIsNativeAndIntIsNot) {
   EXPECT_FALSE(IsNativeType(TypeOfCommonGuid()));
   const NativeTypeInfo* row = nullptr;
   EXPECT_EQ(GetNativeTypeInfo(TypeOfInt(), &row), ErrorNotSupported);
-  EXPECT_TRUE(Logged("Error 15 in function StorageSystem::Registry::GetNativeTypeInfo: No native support for data type "
-                     "int"));
+  EXPECT_TRUE(
+      Logged("Error 15 in function StorageSystem::Registry::GetNativeTypeInfo: No native support for data type "
+             "int"));
 }
 
 TEST_F(NativeValueTest, DeclaredUnsignedIntIsStoredAsDword) {
@@ -77,8 +78,9 @@ TEST_F(NativeValueTest, StringOpenedAsUnsignedLongForReadingFailsNamingBothTypes
   ASSERT_EQ(SetRawString(nullptr, u"s", u"text"), Platform::ERROR_SUCCESS);
   Held<IRegistryValue> value;
   EXPECT_EQ(OpenValue(u"s", SF_READ, TypeOfUnsignedLong(), &value), ErrorCannotOpen);
-  EXPECT_TRUE(Logged("Error 5 in function StorageSystem::Registry::CNativeValue::RegTestValue: Registry value 's' cannot "
-                     "store type unsigned long: registry type already set to 1 (unsigned short *)."))
+  EXPECT_TRUE(
+      Logged("Error 5 in function StorageSystem::Registry::CNativeValue::RegTestValue: Registry value 's' cannot "
+             "store type unsigned long: registry type already set to 1 (unsigned short *)."))
       << capture.Text();
   EXPECT_EQ(GetRaw(nullptr, u"s").type, Platform::REG_SZ);
 }
@@ -88,8 +90,9 @@ TEST_F(NativeValueTest, StringIsResetToADwordWhenAllThreeFlagsAskForIt) {
   Held<IRegistryValue> value;
   ASSERT_EQ(OpenValue(u"k/s", SF_READ | SF_WRITE | SF_CREATE | SF_RESET_ON_TYPE_MISMATCH, TypeOfUnsignedLong(), &value),
             ErrorNone);
-  EXPECT_TRUE(Logged("WARNING: Registry value 'k\\s' has unexpected type ID 1 (unsigned short *). Trying to reset the "
-                     "value in order to store type unsigned long."))
+  EXPECT_TRUE(
+      Logged("WARNING: Registry value 'k\\s' has unexpected type ID 1 (unsigned short *). Trying to reset the "
+             "value in order to store type unsigned long."))
       << capture.Text();
   RawValue raw = GetRaw(u"k", u"s");
   EXPECT_EQ(raw.type, Platform::REG_DWORD);
@@ -99,8 +102,9 @@ TEST_F(NativeValueTest, StringIsResetToADwordWhenAllThreeFlagsAskForIt) {
 TEST_F(NativeValueTest, MissingValueWithoutCreateIsNotFound) {
   Held<IRegistryValue> value;
   EXPECT_EQ(OpenValue(u"a/missing", SF_READ, TypeOfUnsignedInt(), &value), ErrorNotFound);
-  EXPECT_TRUE(Logged("Error 14 in function StorageSystem::Registry::CNativeValue::RegTestValue: Value 'a\\missing' does "
-                     "not exist"))
+  EXPECT_TRUE(
+      Logged("Error 14 in function StorageSystem::Registry::CNativeValue::RegTestValue: Value 'a\\missing' does "
+             "not exist"))
       << capture.Text();
 }
 
@@ -110,8 +114,10 @@ TEST_F(NativeValueTest, OpenAlwaysDoesNotCreateAndTheFirstReadFailsWithTheSystem
   EXPECT_EQ(GetRaw(nullptr, u"later").status, Platform::ERROR_FILE_NOT_FOUND);
   std::uint32_t data = 0;
   EXPECT_EQ(value->Read(&data, 4), ErrorSystem);
-  EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<4,0>::Read: RegGetValueW raised "
-                     "error 2: " + Testing::SystemText(Platform::ERROR_FILE_NOT_FOUND)))
+  EXPECT_TRUE(
+      Logged("Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<4,0>::Read: RegGetValueW raised "
+             "error 2: " +
+             Testing::SystemText(Platform::ERROR_FILE_NOT_FOUND)))
       << capture.Text();
   // Created later by someone else, the next read sees it.
   ASSERT_EQ(SetRawDword(nullptr, u"later", 42), Platform::ERROR_SUCCESS);
@@ -138,8 +144,9 @@ TEST_F(NativeValueTest, WithoutTypeTheRegistryTypeIsTaken) {
 TEST_F(NativeValueTest, WithoutTypeAMissingValueCannotBeDeduced) {
   Held<IRegistryValue> value;
   EXPECT_EQ(OpenValue(u"k/none", SF_READ | SF_OPEN_ALWAYS, nullptr, &value), ErrorCannotOpen);
-  EXPECT_TRUE(Logged("Error 5 in function StorageSystem::Registry::CNativeValue::Initialize: Cannot deduce data type "
-                     "from Registry for value 'k\\none'"));
+  EXPECT_TRUE(
+      Logged("Error 5 in function StorageSystem::Registry::CNativeValue::Initialize: Cannot deduce data type "
+             "from Registry for value 'k\\none'"));
 }
 
 TEST_F(NativeValueTest, TypeWithoutARowCannotBeOpened) {
@@ -150,8 +157,9 @@ TEST_F(NativeValueTest, TypeWithoutARowCannotBeOpened) {
   ASSERT_EQ(SetRaw(nullptr, u"x", Platform::REG_DWORD_BIG_ENDIAN, bigEndian, 4), Platform::ERROR_SUCCESS);
   Held<IRegistryValue> value;
   EXPECT_EQ(OpenValue(u"x", SF_READ, nullptr, &value), ErrorNotSupported);
-  EXPECT_TRUE(Logged("Error 15 in function StorageSystem::Registry::GetNativeTypeInfo: Value type 5 is not currently "
-                     "supported"));
+  EXPECT_TRUE(
+      Logged("Error 15 in function StorageSystem::Registry::GetNativeTypeInfo: Value type 5 is not currently "
+             "supported"));
   ASSERT_EQ(SetRaw(nullptr, u"none", Platform::REG_NONE, nullptr, 0), Platform::ERROR_SUCCESS);
   EXPECT_EQ(OpenValue(u"none", SF_READ, nullptr, &value), ErrorNotSupported);
   EXPECT_TRUE(Logged("Value type 0 is not currently supported"));
@@ -182,8 +190,9 @@ TEST_F(NativeValueTest, ReadAndWriteNeedTheirRights) {
   ASSERT_EQ(OpenValue(u"v", SF_WRITE, TypeOfUnsignedInt(), &writeOnly), ErrorNone);
   std::uint32_t data = 0;
   EXPECT_EQ(writeOnly->Read(&data, 4), ErrorCannotRead);
-  EXPECT_TRUE(Logged("Error 6 in function StorageSystem::Registry::CNativeValue::Read: Read access denied for Registry "
-                     "value 'v'"));
+  EXPECT_TRUE(
+      Logged("Error 6 in function StorageSystem::Registry::CNativeValue::Read: Read access denied for Registry "
+             "value 'v'"));
   void* buffer = nullptr;
   std::uint32_t capacity = 0;
   EXPECT_EQ(writeOnly->ReadRealloc(&buffer, &capacity, nullptr), ErrorCannotRead);
@@ -191,8 +200,9 @@ TEST_F(NativeValueTest, ReadAndWriteNeedTheirRights) {
   Held<IRegistryValue> readOnly;
   ASSERT_EQ(OpenValue(u"v", SF_READ, TypeOfUnsignedInt(), &readOnly), ErrorNone);
   EXPECT_EQ(readOnly->Write(&data, 4), ErrorCannotWrite);
-  EXPECT_TRUE(Logged("Error 7 in function StorageSystem::Registry::CNativeValue::Write: Write access denied for Registry "
-                     "value 'v'"));
+  EXPECT_TRUE(
+      Logged("Error 7 in function StorageSystem::Registry::CNativeValue::Write: Write access denied for Registry "
+             "value 'v'"));
 }
 
 TEST_F(NativeValueTest, DefaultDataGoesThroughWrite) {
@@ -225,8 +235,9 @@ TEST_F(NativeValueTest, MissingSubKeyOfAValueInAVolatileStoreIsCreatedVolatile) 
   Held<IStore> volatileStore;
   ASSERT_EQ(storage->OpenStore(u"vol", &volatileStore, SF_READ | SF_WRITE | SF_CREATE | SF_VOLATILE), ErrorNone);
   Held<IRegistryValue> value;
-  ASSERT_EQ(volatileStore->OpenValue(u"sub/v", &value, SF_READ | SF_CREATE | SF_VOLATILE, TypeOfUnsignedInt(), nullptr, 0),
-            ErrorNone)
+  ASSERT_EQ(
+      volatileStore->OpenValue(u"sub/v", &value, SF_READ | SF_CREATE | SF_VOLATILE, TypeOfUnsignedInt(), nullptr, 0),
+      ErrorNone)
       << capture.Text();
   EXPECT_EQ(GetRaw(u"vol\\sub", u"v").type, Platform::REG_DWORD);
   // Only a volatile key refuses a persistent child.
@@ -335,8 +346,9 @@ TEST_F(NativeValueTest, MultiStringRoundTrip) {
 
   char16_t plain[8];
   EXPECT_EQ(value->Read(plain, sizeof plain), ErrorNotSupported);
-  EXPECT_TRUE(Logged("Error 15 (this feature is not supported) in function "
-                     "StorageSystem::Registry::CMultiSZIOHandler::Read"));
+  EXPECT_TRUE(
+      Logged("Error 15 (this feature is not supported) in function "
+             "StorageSystem::Registry::CMultiSZIOHandler::Read"));
 }
 
 TEST_F(NativeValueTest, MultiStringOfNoStringsReadsAsOnlyTheNullPointer) {
@@ -372,8 +384,9 @@ TEST_F(NativeValueTest, ValueEditedByAnotherPartyToAnotherTypeAfterTheOpenFailsT
   std::uint32_t data = 0;
   // The type restriction of the read refuses the value before its type can be looked at.
   EXPECT_EQ(value->Read(&data, 4), ErrorSystem);
-  EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<4,0>::Read: RegGetValueW raised "
-                     "error 1630"))
+  EXPECT_TRUE(
+      Logged("Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<4,0>::Read: RegGetValueW raised "
+             "error 1630"))
       << capture.Text();
 }
 
@@ -396,13 +409,15 @@ TEST_F(NativeValueTest, ValueRetypedByAnotherProcessFailsToRead) {
   ASSERT_EQ(added.exitCode, 0) << added.output << added.error;
   std::uint32_t data = 0;
   EXPECT_EQ(value->Read(&data, 4), ErrorSystem);
-  EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<4,0>::Read: RegGetValueW raised "
-                     "error 1630"))
+  EXPECT_TRUE(
+      Logged("Error 2 in function StorageSystem::Registry::ATypeIOHandlerBase<4,0>::Read: RegGetValueW raised "
+             "error 1630"))
       << capture.Text();
   Held<IRegistryValue> reopened;
   EXPECT_EQ(OpenValue(u"retyped", SF_READ, TypeOfUnsignedInt(), &reopened), ErrorCannotOpen);
-  EXPECT_TRUE(Logged("Registry value 'retyped' cannot store type unsigned int: registry type already set to 1 "
-                     "(unsigned short *)."));
+  EXPECT_TRUE(
+      Logged("Registry value 'retyped' cannot store type unsigned int: registry type already set to 1 "
+             "(unsigned short *)."));
 }
 #endif
 

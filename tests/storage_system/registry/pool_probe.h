@@ -1,7 +1,7 @@
 // A probe between the storage code and the platform's pool, standing in the platform's test seam
-// (probe_installation.cpp installs it for the whole suite): it counts the timer-queue timers alive in the process and tells which timer's callback is running
-// on a thread, holds or counts work items, and can make the next CreateEventW of a thread or the
-// next ChangeTimerQueueTimer fail.
+// (probe_installation.cpp installs it for the whole suite): it counts the timer-queue timers alive in the process and
+// tells which timer's callback is running on a thread, holds or counts work items, and can make the next CreateEventW
+// of a thread or the next ChangeTimerQueueTimer fail.
 #pragma once
 
 #include <chrono>

@@ -16,7 +16,6 @@ bool IsKey8(Platform::HKEY key) {
   return reinterpret_cast<std::intptr_t>(key) == static_cast<std::intptr_t>(static_cast<std::int32_t>(0x80000008u));
 }
 
-
 // The probe's stand-ins for the platform's calls (see AddHooks). Each calls the platform's own
 // function by its name: inside a hook the seam lets the call through.
 Platform::LSTATUS OpenKeyHook(Platform::HKEY key, Platform::LPCWSTR subKey, Platform::DWORD options,

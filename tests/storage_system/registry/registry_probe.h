@@ -1,6 +1,6 @@
 // A probe between the storage code and the platform's registry, standing in the platform's test
-// seam (probe_installation.cpp installs it for the whole suite): it passes every call on, except that it can stand in for the registry in two corners that
-// a real registry cannot show safely or at all.
+// seam (probe_installation.cpp installs it for the whole suite): it passes every call on, except that it can stand in
+// for the registry in two corners that a real registry cannot show safely or at all.
 #pragma once
 
 #include "platform/registry.h"

@@ -43,7 +43,8 @@ Platform::LSTATUS RegistryStorageTest::SetRaw(const char16_t* subKey, const char
   return Platform::RegSetKeyValueW(sandbox.Root(), subKey, name, type, data, size);
 }
 
-Platform::LSTATUS RegistryStorageTest::SetRawDword(const char16_t* subKey, const char16_t* name, Platform::DWORD value) {
+Platform::LSTATUS RegistryStorageTest::SetRawDword(const char16_t* subKey, const char16_t* name,
+                                                   Platform::DWORD value) {
   return SetRaw(subKey, name, Platform::REG_DWORD, &value, sizeof value);
 }
 

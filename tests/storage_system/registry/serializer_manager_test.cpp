@@ -73,8 +73,9 @@ TEST_F(SerializerManagerTest, LaterRegistrationsGoFirstAndExactOnesWin) {
   EXPECT_TRUE(exact);
 
   EXPECT_EQ(CSerializerManager::Get().RegisterSerializer(&generic), ErrorAlreadyExists);
-  EXPECT_TRUE(Logged("Error 13 (resource or object already exists) in function "
-                     "StorageSystem::CSerializerManager::RegisterSerializer"));
+  EXPECT_TRUE(
+      Logged("Error 13 (resource or object already exists) in function "
+             "StorageSystem::CSerializerManager::RegisterSerializer"));
 }
 
 }  // namespace

@@ -31,10 +31,13 @@ TEST_F(StorageSystemTest, ReadOnAMissingKeyFailsWithTheSystemsText) {
   Held<IStorageSystem> missing;
   EXPECT_EQ(OpenStorage(SF_READ, &missing, u"Missing"), ErrorSystem);
   EXPECT_EQ(missing.get(), nullptr);
-  EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::CStoreDelegate::OpenOrCreateSubKey: RegOpenKeyExW "
-                     "raised error 2: " + Testing::SystemText(Platform::ERROR_FILE_NOT_FOUND)))
+  EXPECT_TRUE(
+      Logged("Error 2 in function StorageSystem::Registry::CStoreDelegate::OpenOrCreateSubKey: RegOpenKeyExW "
+             "raised error 2: " +
+             Testing::SystemText(Platform::ERROR_FILE_NOT_FOUND)))
       << capture.Text();
-  EXPECT_TRUE(Logged("Error while opening subkey '" + Platform::Utf16ToUtf8(sandbox.RootPath()) + "\\Missing' of Registry key 0x"));
+  EXPECT_TRUE(Logged("Error while opening subkey '" + Platform::Utf16ToUtf8(sandbox.RootPath()) +
+                     "\\Missing' of Registry key 0x"));
 }
 
 TEST_F(StorageSystemTest, CreateMakesTheMissingKey) {
@@ -123,8 +126,9 @@ TEST_F(StorageSystemTest, KeyOutsideThePredefinedTableFailsSetPathAndClosesAgain
   parameters.key = sandbox.Root();
   parameters.path = u"";
   EXPECT_EQ(system.Open(&parameters, SF_READ), ErrorInvalidParameter);
-  EXPECT_TRUE(Logged("Error 11 in function StorageSystem::Registry::CProperties::SetPath: Unknown Registry predefined "
-                     "key 0x"))
+  EXPECT_TRUE(
+      Logged("Error 11 in function StorageSystem::Registry::CProperties::SetPath: Unknown Registry predefined "
+             "key 0x"))
       << capture.Text();
   EXPECT_EQ(system.Delegate().GetKey(), nullptr);
 }
@@ -232,10 +236,24 @@ public:
 TEST_F(StorageSystemTest, EnumTypesOffersTheNativeTypesThenTheCasters) {
   TypeCollector collector;
   ASSERT_EQ(storage->GetProperties()->EnumTypes(&collector), ErrorNone);
-  const std::vector<std::string> expected = {
-      "unsigned short * native", "void * native", "unsigned long native", "unsigned short * * native",
-      "unsigned long long native", "char", "signed char", "unsigned char", "bool", "short", "unsigned short", "int",
-      "long", "long long", "float", "double", "long double", "__wchar_t"};
+  const std::vector<std::string> expected = {"unsigned short * native",
+                                             "void * native",
+                                             "unsigned long native",
+                                             "unsigned short * * native",
+                                             "unsigned long long native",
+                                             "char",
+                                             "signed char",
+                                             "unsigned char",
+                                             "bool",
+                                             "short",
+                                             "unsigned short",
+                                             "int",
+                                             "long",
+                                             "long long",
+                                             "float",
+                                             "double",
+                                             "long double",
+                                             "__wchar_t"};
   EXPECT_EQ(collector.names, expected);
 
   TypeCollector stopping;

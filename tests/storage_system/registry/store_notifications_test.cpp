@@ -235,8 +235,9 @@ TEST_F(StoreNotificationsTest, RegisteringTheSameMonitorTwiceFailsAndNotificatio
   RecordingMonitor monitor;
   ASSERT_EQ(store->RegisterMonitor(&monitor), ErrorNone);
   EXPECT_EQ(store->RegisterMonitor(&monitor), ErrorAlreadyExists);
-  EXPECT_TRUE(Logged("Error 13 (resource or object already exists) in function "
-                     "StorageSystem::Registry::CStoreDelegate::QueueMonitor"));
+  EXPECT_TRUE(
+      Logged("Error 13 (resource or object already exists) in function "
+             "StorageSystem::Registry::CStoreDelegate::QueueMonitor"));
   EXPECT_TRUE(WriteUntilCalled(monitor, 1));
   ASSERT_EQ(store->UnregisterMonitor(&monitor), ErrorNone);
   EXPECT_EQ(store->UnregisterMonitor(&monitor), ErrorNotFound);
@@ -245,8 +246,9 @@ TEST_F(StoreNotificationsTest, RegisteringTheSameMonitorTwiceFailsAndNotificatio
 TEST_F(StoreNotificationsTest, RemovingAnUnknownMonitorIsNotFound) {
   RecordingMonitor monitor;
   EXPECT_EQ(store->UnregisterMonitor(&monitor), ErrorNotFound);
-  EXPECT_TRUE(Logged("Error 14 (resource or object not found) in function "
-                     "StorageSystem::Registry::CStoreDelegate::UnqueueMonitor"));
+  EXPECT_TRUE(
+      Logged("Error 14 (resource or object not found) in function "
+             "StorageSystem::Registry::CStoreDelegate::UnqueueMonitor"));
 }
 
 TEST_F(StoreNotificationsTest, NoCallAfterTheLastMonitorIsRemoved) {
@@ -266,8 +268,9 @@ TEST_F(StoreNotificationsTest, FailedCreateEventLeavesTheMonitorsAsTheyWere) {
   RecordingMonitor monitor;
   Testing::PoolProbe::FailNextCreateEventOnThisThread();
   EXPECT_EQ(store->RegisterMonitor(&monitor), ErrorSystem);
-  EXPECT_TRUE(Logged("Error 2 in function StorageSystem::Registry::CStoreDelegate::InitializeNotif::<lambda_"
-                     "8306077b3ab66265f1d8acda6a075ece>::operator (): CreateEventW raised error 8"))
+  EXPECT_TRUE(
+      Logged("Error 2 in function StorageSystem::Registry::CStoreDelegate::InitializeNotif::<lambda_"
+             "8306077b3ab66265f1d8acda6a075ece>::operator (): CreateEventW raised error 8"))
       << capture.Text();
   EXPECT_EQ(store->UnregisterMonitor(&monitor), ErrorNotFound) << "the monitor is not in the list";
   ASSERT_EQ(store->RegisterMonitor(&monitor), ErrorNone) << "and the next registration is a first one again";
@@ -419,7 +422,8 @@ TEST_F(StoreNotificationsTest, TimerThatCannotBeMovedIsLeftAloneAndANewOneIsMade
   // Nothing deletes the timer that was left alone; the test does, so that the count ends at zero.
   EXPECT_EQ(PoolProbe::LiveTimers(), 1);
   if (!PoolProbe::TimerDeleted(first)) {
-    EXPECT_TRUE(Platform::DeleteTimerQueueTimer(nullptr, PoolProbe::TimerHandle(first), Platform::INVALID_HANDLE_VALUE));
+    EXPECT_TRUE(
+        Platform::DeleteTimerQueueTimer(nullptr, PoolProbe::TimerHandle(first), Platform::INVALID_HANDLE_VALUE));
   }
   EXPECT_EQ(PoolProbe::LiveTimers(), 0);
 }

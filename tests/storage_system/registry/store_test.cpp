@@ -131,8 +131,9 @@ TEST_F(StoreTest, PersistentStoreUnderAVolatileParentIsRefused) {
   ASSERT_EQ(storage->OpenStore(u"vol", &volatileStore, SF_READ | SF_CREATE | SF_VOLATILE), ErrorNone);
   Held<IStore> persistent;
   EXPECT_EQ(volatileStore->OpenStore(u"p", &persistent, SF_READ | SF_CREATE), ErrorInvalidParameter);
-  EXPECT_TRUE(Logged("Error 11 in function StorageSystem::PrepareAccessMask: Cannot create non volatile item in a "
-                     "volatile store"));
+  EXPECT_TRUE(
+      Logged("Error 11 in function StorageSystem::PrepareAccessMask: Cannot create non volatile item in a "
+             "volatile store"));
   Held<IStore> inner;
   EXPECT_EQ(volatileStore->OpenStore(u"v", &inner, SF_READ | SF_CREATE | SF_VOLATILE), ErrorNone);
   Held<IStore> inherited;
@@ -148,8 +149,9 @@ TEST_F(StoreTest, DeleteStoreRemovesTheWholeTree) {
 
 TEST_F(StoreTest, DeleteOfAMissingStoreIsNotFoundWithoutASystemError) {
   EXPECT_EQ(storage->DeleteStore(u"nothing/here"), ErrorNotFound);
-  EXPECT_TRUE(Logged("Error 14 in function StorageSystem::Registry::CStoreDelegate::DeleteStore: Store 'nothing/here' "
-                     "was not found"))
+  EXPECT_TRUE(
+      Logged("Error 14 in function StorageSystem::Registry::CStoreDelegate::DeleteStore: Store 'nothing/here' "
+             "was not found"))
       << capture.Text();
   EXPECT_FALSE(Logged("Error 2 "));
 }
@@ -159,8 +161,9 @@ TEST_F(StoreTest, DeleteValueRemovesItAndAMissingOneIsNotFound) {
   EXPECT_EQ(storage->DeleteValue(u"k/v"), ErrorNone);
   EXPECT_EQ(GetRaw(u"k", u"v").status, Platform::ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(storage->DeleteValue(u"k/v"), ErrorNotFound);
-  EXPECT_TRUE(Logged("Error 14 in function StorageSystem::Registry::CStoreDelegate::DeleteValue: Value 'k/v' was not "
-                     "found"));
+  EXPECT_TRUE(
+      Logged("Error 14 in function StorageSystem::Registry::CStoreDelegate::DeleteValue: Value 'k/v' was not "
+             "found"));
   EXPECT_EQ(storage->DeleteValue(u"k/bad:name"), ErrorInvalidParameter);
 }
 
@@ -169,13 +172,15 @@ TEST_F(StoreTest, DeleteWithoutTheRightIsAccessDenied) {
   Held<IStore> readOnly;
   ASSERT_EQ(storage->OpenStore(u"ro", &readOnly, SF_READ), ErrorNone);
   EXPECT_EQ(readOnly->DeleteValue(u"v"), ErrorAccessDenied);
-  EXPECT_TRUE(Logged("Error 8 in function StorageSystem::Registry::CStoreDelegate::DeleteValue: Access to value 'v' was "
-                     "denied"))
+  EXPECT_TRUE(
+      Logged("Error 8 in function StorageSystem::Registry::CStoreDelegate::DeleteValue: Access to value 'v' was "
+             "denied"))
       << capture.Text();
 }
 
 TEST_F(StoreTest, EnumStoresOffersEverySubKey) {
-  for (const char16_t* name : {u"one", u"two", u"three"}) ASSERT_EQ(SetRawDword(name, u"v", 1), Platform::ERROR_SUCCESS);
+  for (const char16_t* name : {u"one", u"two", u"three"})
+    ASSERT_EQ(SetRawDword(name, u"v", 1), Platform::ERROR_SUCCESS);
   Collector collector;
   ASSERT_EQ(storage->EnumStores(&collector), ErrorNone);
   std::sort(collector.names.begin(), collector.names.end());
@@ -226,8 +231,9 @@ TEST_F(StoreTest, EnumValuesEndsAtATypeWithoutANativeRow) {
   ASSERT_EQ(SetRaw(nullptr, u"Expand", Platform::REG_EXPAND_SZ, text.c_str(), 14), Platform::ERROR_SUCCESS);
   Collector collector;
   EXPECT_EQ(storage->EnumValues(&collector), ErrorNotSupported);
-  EXPECT_TRUE(Logged("Error 15 in function StorageSystem::Registry::GetNativeTypeInfo: Value type 2 is not currently "
-                     "supported"));
+  EXPECT_TRUE(
+      Logged("Error 15 in function StorageSystem::Registry::GetNativeTypeInfo: Value type 2 is not currently "
+             "supported"));
 }
 
 TEST_F(StoreTest, IsEmptyLooksAtValuesFirstAndStopsAtTheFirstItem) {
@@ -258,8 +264,9 @@ TEST_F(StoreTest, OpenValueWithoutTypeForWritingFailsBeforeTouchingAnything) {
   Held<IRegistryValue> value;
   EXPECT_EQ(OpenValue(u"sub/x", SF_READ | SF_WRITE | SF_CREATE, nullptr, &value), ErrorCannotOpen);
   EXPECT_EQ(value.get(), nullptr);
-  EXPECT_TRUE(Logged("Error 5 in function StorageSystem::Registry::CStoreDelegate::OpenValue: Write access denied for "
-                     "Registry key 'sub/x'. You must specify a data type."))
+  EXPECT_TRUE(
+      Logged("Error 5 in function StorageSystem::Registry::CStoreDelegate::OpenValue: Write access denied for "
+             "Registry key 'sub/x'. You must specify a data type."))
       << capture.Text();
   EXPECT_FALSE(KeyExists(u"sub"));
 }
@@ -281,8 +288,9 @@ TEST_F(StoreTest, OpenValueWithoutTypeDoesNotInheritWriteRights) {
 TEST_F(StoreTest, ForbiddenCharacterInAValuePathIsRefused) {
   Held<IRegistryValue> value;
   EXPECT_EQ(OpenValue(u"a\\b", SF_READ | SF_CREATE, TypeOfUnsignedInt(), &value), ErrorInvalidParameter);
-  EXPECT_TRUE(Logged("Error 11 in function StorageSystem::CPathHelper::CheckPath: Path 'a\\b' contains forbiden "
-                     "character '\\'"));
+  EXPECT_TRUE(
+      Logged("Error 11 in function StorageSystem::CPathHelper::CheckPath: Path 'a\\b' contains forbiden "
+             "character '\\'"));
   EXPECT_EQ(OpenValue(u"a\"b<c", SF_READ | SF_CREATE, TypeOfUnsignedInt(), &value), ErrorInvalidParameter);
   EXPECT_TRUE(Logged("contains forbiden character '\"'"));
 }

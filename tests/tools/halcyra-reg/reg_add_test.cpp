@@ -65,7 +65,8 @@ TEST_F(RegAddTest, SetsAValueOnARootKey) {
   EXPECT_EQ(kDone, result.output);
   char16_t text[8] = {};
   DWORD size = sizeof(text);
-  EXPECT_EQ(ERROR_SUCCESS, RegGetValueW(HKEY_CURRENT_USER, nullptr, wideName.c_str(), RRF_RT_REG_SZ, nullptr, text, &size));
+  EXPECT_EQ(ERROR_SUCCESS,
+            RegGetValueW(HKEY_CURRENT_USER, nullptr, wideName.c_str(), RRF_RT_REG_SZ, nullptr, text, &size));
   EXPECT_EQ(u"1", std::u16string(text));
 }
 

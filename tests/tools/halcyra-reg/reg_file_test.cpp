@@ -52,7 +52,8 @@ TEST(RegFileTest, ReadsTheFirstLineAsRegExeDoes) {
 }
 
 TEST(RegFileTest, DecodesUtf16WithAByteOrderMark) {
-  std::u16string text = u"\uFEFFWindows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\x]\r\n\"caf\u00e9\"=\"1\"\r\n";
+  std::u16string text =
+      u"\uFEFFWindows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\x]\r\n\"caf\u00e9\"=\"1\"\r\n";
   std::string bytes;
   for (char16_t c : text) {
     bytes += static_cast<char>(c & 0xFF);
@@ -88,18 +89,18 @@ TEST(RegFileTest, ReadsEachKindOfStatement) {
 
 TEST(RegFileTest, PassesOverMalformedLinesAndReadsOn) {
   RegFile file = ParseRegFile(kHeader + kKey +
-                              "\"Before\"=\"1\"\n"              // 4
-                              "\"NoEndQuote\"=\"text\n"         // 5
-                              "\"NoBeginQuote\"=text\"\n"       // 6
-                              "NameNoQuotes=\"text\"\n"         // 7
-                              "\"Short\"=dword:1\n"             // 8
-                              "\"NineDigits\"=dword:012345678\n"// 9
-                              "\"Prefixed\"=dword:0x12\n"       // 10
-                              "\"Spaced\"=dword:1234 5678\n"    // 11
-                              "\"Empty\"=dword:\n"              // 12
-                              "\"Quotes\"=\"foo\"bar\"\n"       // 13
-                              "\"NoData\"=\n"                   // 14
-                              "\"After\"=\"2\"\n");             // 15
+                              "\"Before\"=\"1\"\n"                // 4
+                              "\"NoEndQuote\"=\"text\n"           // 5
+                              "\"NoBeginQuote\"=text\"\n"         // 6
+                              "NameNoQuotes=\"text\"\n"           // 7
+                              "\"Short\"=dword:1\n"               // 8
+                              "\"NineDigits\"=dword:012345678\n"  // 9
+                              "\"Prefixed\"=dword:0x12\n"         // 10
+                              "\"Spaced\"=dword:1234 5678\n"      // 11
+                              "\"Empty\"=dword:\n"                // 12
+                              "\"Quotes\"=\"foo\"bar\"\n"         // 13
+                              "\"NoData\"=\n"                     // 14
+                              "\"After\"=\"2\"\n");               // 15
   EXPECT_EQ((std::vector<std::u16string>{u"Before", u"Short", u"After"}), SetNames(file));
   EXPECT_EQ((std::vector<std::size_t>{5, 6, 7, 9, 10, 11, 12, 13, 14}), file.skippedLines);
 }
@@ -120,7 +121,8 @@ TEST(RegFileTest, TakesCommentsAfterDataOnlyWithASemicolon) {
 }
 
 TEST(RegFileTest, ReadsEscapesInNamesAndStrings) {
-  RegFile file = ParseRegFile(kHeader + kKey + "\"double\\\"quote\"=\"valid \\\"or\\\" not\"\n\"back\\\\slash\"=\"x\"\n");
+  RegFile file =
+      ParseRegFile(kHeader + kKey + "\"double\\\"quote\"=\"valid \\\"or\\\" not\"\n\"back\\\\slash\"=\"x\"\n");
   std::vector<Value> values = SetValues(file);
   ASSERT_EQ(2u, values.size());
   EXPECT_EQ(u"double\"quote", values[0].name);
@@ -209,10 +211,11 @@ TEST(RegFileTest, WritesStringsQuotedAndWrapsLongHexadecimalData) {
   std::u16string text;
   AppendKeyText(text, "HKEY_CURRENT_USER\\x",
                 {{u"s", Platform::REG_SZ, Utf16Bytes(u"v\0"s)}, {u"b", Platform::REG_BINARY, Bytes(30, 0x01)}});
-  EXPECT_EQ(u"[HKEY_CURRENT_USER\\x]\r\n\"s\"=\"v\"\r\n"
-            u"\"b\"=hex:01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,\\\r\n"
-            u"  01,01,01,01,01,01,01\r\n\r\n",
-            text);
+  EXPECT_EQ(
+      u"[HKEY_CURRENT_USER\\x]\r\n\"s\"=\"v\"\r\n"
+      u"\"b\"=hex:01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,01,\\\r\n"
+      u"  01,01,01,01,01,01,01\r\n\r\n",
+      text);
 }
 
 }  // namespace

@@ -43,11 +43,14 @@ TEST_F(RegImportTest, PassesOverAMalformedLineAndImportsTheRest) {
 }
 
 TEST_F(RegImportTest, PassesOverTheValuesBelowAKeyLineItCannotTake) {
-  Import("Windows Registry Editor Version 5.00\r\n\r\n"
-         "[HKEY_NOWHERE\\Software]\r\n"
-         "\"Lost\"=\"1\"\r\n"
-         "[" + FullKey() + "]\r\n"
-         "\"Kept\"=\"2\"\r\n");
+  Import(
+      "Windows Registry Editor Version 5.00\r\n\r\n"
+      "[HKEY_NOWHERE\\Software]\r\n"
+      "\"Lost\"=\"1\"\r\n"
+      "[" +
+      FullKey() +
+      "]\r\n"
+      "\"Kept\"=\"2\"\r\n");
   EXPECT_FALSE(Has(u"Lost"));
   EXPECT_TRUE(Has(u"Kept"));
 }

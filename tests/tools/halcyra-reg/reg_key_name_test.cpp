@@ -38,7 +38,10 @@ TEST(RegKeyNameTest, RefusesUnknownRootsAndRemoteNames) {
   EXPECT_FALSE(ParseKeyName("\\HKCU\\Software", name));
   EXPECT_FALSE(ParseKeyName("", name));
   // Only ASCII letters fold: a dotless capital I is no 'i'.
-  EXPECT_FALSE(ParseKeyName("HKEY_CURRENT_US\xC4\xB0" "ER", name));
+  EXPECT_FALSE(
+      ParseKeyName("HKEY_CURRENT_US\xC4\xB0"
+                   "ER",
+                   name));
 }
 
 }  // namespace

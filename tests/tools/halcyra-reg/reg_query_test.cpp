@@ -32,8 +32,9 @@ TEST_F(RegQueryTest, SearchFindsAValueWhoseNameIsTypedInAnotherCaseOutsideAscii)
   SetString(sub.Get(), u"\u00e9t\u00e9", u"summer");
   auto result = Run({"query", Key(), "/v", "\xC3\x89T\xC3\x89", "/s"});
   EXPECT_EQ(0, result.exitCode) << result.error;
-  EXPECT_EQ("\n" + FullKey() + "\\Sub\n    \xC3\x89T\xC3\x89    REG_SZ    summer\n\nEnd of search: 1 match(es) found.\n",
-            result.output);
+  EXPECT_EQ(
+      "\n" + FullKey() + "\\Sub\n    \xC3\x89T\xC3\x89    REG_SZ    summer\n\nEnd of search: 1 match(es) found.\n",
+      result.output);
 }
 
 TEST_F(RegQueryTest, ShowsTheValueNameAsTypedWhileAListingShowsItAsStored) {

@@ -56,7 +56,8 @@ protected:
   bool ReadValue(const std::u16string& name, Platform::DWORD& type, std::vector<Platform::BYTE>& data) const {
     data.resize(1024);
     Platform::DWORD size = static_cast<Platform::DWORD>(data.size());
-    if (Platform::RegQueryValueExW(Root(), name.c_str(), nullptr, &type, data.data(), &size) != Platform::ERROR_SUCCESS) {
+    if (Platform::RegQueryValueExW(Root(), name.c_str(), nullptr, &type, data.data(), &size) !=
+        Platform::ERROR_SUCCESS) {
       return false;
     }
     data.resize(size);
