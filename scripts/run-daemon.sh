@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds halcyrad and the module library (the daemon preset: a native debug build without the
-# tests, in build/daemon) and runs halcyrad, the daemon host, with the simulated audio system
-# and the default registry folder ($HALCYRA_REGISTRY_ROOT when set). Its arguments go to halcyrad,
+# Builds halcyrad, the module library and the command-line tools (the daemon preset: a native debug
+# build without the tests, in build/daemon) and runs halcyrad, the daemon host, with the simulated
+# audio system and the default registry folder ($HALCYRA_REGISTRY_ROOT when set). Its arguments go to halcyrad,
 # e.g. `scripts/run-daemon.sh --for 5 --log-level 4`; see `scripts/run-daemon.sh --help`. Installs
 # missing Debian packages first. HALCYRA_JOBS sets the build parallelism.
 set -euo pipefail
