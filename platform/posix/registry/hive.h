@@ -65,6 +65,15 @@ struct HiveKey {
   std::uint64_t subKeysValues = kNoGeneration;
   std::vector<ValueEntry> values;
   std::uint64_t valuesAt = kNoGeneration;
+
+  // Becomes the key that `other` names, without its enumeration snapshots, which belong to the
+  // handle that took them.
+  void NameSameKeyAs(const HiveKey& other) {
+    id = other.id;
+    path = other.path;
+    isVolatile = other.isVolatile;
+    aliveAt = other.aliveAt;
+  }
 };
 
 struct KeySummary {

@@ -43,10 +43,7 @@ LSTATUS RegistryHive::OpenKey(HiveKey& base, const KeyPath& relative, HiveKey& k
   LSTATUS status = CheckAlive(base);
   if (status != ERROR_SUCCESS) return status;
   if (relative.components.empty()) {
-    key.id = base.id;
-    key.path = base.path;
-    key.isVolatile = base.isVolatile;
-    key.aliveAt = base.aliveAt;
+    key.NameSameKeyAs(base);
     return ERROR_SUCCESS;
   }
   std::u16string path = JoinFolded(base.path, relative.folded);

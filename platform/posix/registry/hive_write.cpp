@@ -60,10 +60,7 @@ LSTATUS RegistryHive::ResolveForWrite(Transaction& transaction, HiveKey& base, c
   if (status != ERROR_SUCCESS) return status;
   bool parentVolatile = base.isVolatile;
   if (relative.components.empty()) {
-    key.id = base.id;
-    key.path = base.path;
-    key.isVolatile = base.isVolatile;
-    key.aliveAt = base.aliveAt;
+    key.NameSameKeyAs(base);
     return ERROR_SUCCESS;
   }
   // The key is usually there already: one look-up of its whole path finds it.
