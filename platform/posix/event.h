@@ -22,6 +22,7 @@ public:
 
   WaitableObject* AsWaitable() override { return this; }
   bool TryAcquire() override;
+  bool KeepsSignalWhenTaken() const override { return m_manualReset; }
   DWORD Wait(DWORD milliseconds) override;
   void AddObserver(SignalObserver* observer) override;
   void RemoveObserver(SignalObserver* observer) override;

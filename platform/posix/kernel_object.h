@@ -61,6 +61,9 @@ public:
   // Returns whether it was signalled. Never blocks; any thread.
   virtual bool TryAcquire() = 0;
 
+  // Whether taking the signal leaves the object signalled (a manual-reset event). Any thread.
+  virtual bool KeepsSignalWhenTaken() const = 0;
+
   // Waits up to `milliseconds` (INFINITE: no limit) and takes the signal. Returns WAIT_OBJECT_0 or
   // WAIT_TIMEOUT. Any thread.
   virtual DWORD Wait(DWORD milliseconds) = 0;

@@ -93,6 +93,7 @@ public:
 
   WaitableObject* AsWaitable() override { return this; }
   bool TryAcquire() override { return m_exited.TryAcquire(); }
+  bool KeepsSignalWhenTaken() const override { return m_exited.KeepsSignalWhenTaken(); }
   DWORD Wait(DWORD milliseconds) override { return m_exited.Wait(milliseconds); }
   void AddObserver(Posix::SignalObserver* observer) override { m_exited.AddObserver(observer); }
   void RemoveObserver(Posix::SignalObserver* observer) override { m_exited.RemoveObserver(observer); }

@@ -93,9 +93,10 @@ struct WorkItem {
 // from inside an object's own callback leave out that callback instead of waiting for itself.
 thread_local const PoolObject* t_runningObject = nullptr;
 
-// The process's thread pool: one dispatcher thread that watches registered waits and timers, and
-// workers that run the callbacks. The dispatcher never runs a callback itself, so a callback that
-// blocks delays neither timers nor waits.
+// The process's thread pool: one dispatcher thread that watches timers and the time limits of
+// registered waits, and workers that run the callbacks. A signal queues its waits' callbacks from
+// the signalling thread. Neither the dispatcher nor a signaller runs a callback itself, so a
+// callback that blocks delays neither timers nor waits.
 //
 // DELIBERATE: the pool is made on first use and never destroyed. Its threads are detached and may
 // be inside a callback or waiting on its condition variables while the process runs its static
@@ -112,12 +113,23 @@ public:
     return *pool;
   }
 
+  // Queues the callbacks of the signalled waits from the signalling thread: a detour through the
+  // dispatcher would add one more thread wake-up to every signal. The dispatcher hears of it only
+  // when an object stays signalled, since it fires such waits again and again, as Windows does.
   void OnSignalled() override {
+    bool keepsFiring = false;
     {
       std::lock_guard lock(m_mutex);
-      m_rescan = true;
+      const Clock::time_point now = Clock::now();
+      const std::vector<std::shared_ptr<RegisteredWait>> waits = m_waits;
+      for (const std::shared_ptr<RegisteredWait>& wait : waits) {
+        if (!wait->Waitable().TryAcquire()) continue;
+        FireWaitLocked(wait, FALSE, now);
+        keepsFiring = keepsFiring || wait->Waitable().KeepsSignalWhenTaken();
+      }
+      if (keepsFiring) m_rescan = true;
     }
-    m_dispatcherWake.notify_one();
+    if (keepsFiring) m_dispatcherWake.notify_one();
   }
 
   // Queues a work item. Returns false only when no worker exists and none can be started.
@@ -253,6 +265,17 @@ private:
     EnsureWorkerLocked();
   }
 
+  // Queues a call of the wait's callback; a wait made to run once ends, another starts its time
+  // limit again from `now`. With the mutex held.
+  void FireWaitLocked(const std::shared_ptr<RegisteredWait>& wait, BOOLEAN timedOut, Clock::time_point now) {
+    DispatchLocked(wait, timedOut);
+    if (wait->m_onlyOnce) {
+      DisarmLocked(*wait);
+    } else if (wait->m_deadline) {
+      wait->m_deadline = now + std::chrono::milliseconds(wait->m_timeout);
+    }
+  }
+
   // Fires what is due and returns whether anything fired. With the mutex held.
   bool ScanLocked(Clock::time_point now) {
     bool fired = false;
@@ -267,13 +290,8 @@ private:
       } else {
         continue;
       }
-      DispatchLocked(wait, timedOut);
+      FireWaitLocked(wait, timedOut, now);
       fired = true;
-      if (wait->m_onlyOnce) {
-        DisarmLocked(*wait);
-      } else if (wait->m_deadline) {
-        wait->m_deadline = now + std::chrono::milliseconds(wait->m_timeout);
-      }
     }
     const std::vector<std::shared_ptr<QueueTimer>> timers = m_timers;
     for (const std::shared_ptr<QueueTimer>& timer : timers) {
