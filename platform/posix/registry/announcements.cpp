@@ -153,6 +153,8 @@ std::int64_t ChangeAnnouncements::Announced() const {
   return Shared(header().announced).load(std::memory_order_acquire);
 }
 
+std::int64_t ChangeAnnouncements::Staged() const { return Shared(header().staged).load(std::memory_order_acquire); }
+
 std::uint32_t ChangeAnnouncements::WakeCount() const { return Shared(header().wake).load(std::memory_order_seq_cst); }
 
 void ChangeAnnouncements::WakeAll() { Wake(); }

@@ -55,6 +55,9 @@ public:
   // The last number announced.
   std::int64_t Announced() const;
 
+  // The last number given to a record, announced or not.
+  std::int64_t Staged() const;
+
   // Announces what a committer that no longer runs left staged. Returns whether it did. Costs a
   // system call or two when there is a committer: call it when a sleep ran out, not on each wake.
   bool AnnounceForADeadCommitter();

@@ -7,7 +7,8 @@
 //
 // Reads go through an in-process cache of key ids and values that is checked against the hive's
 // shared change counters (HiveGenerations) at every use, so that a change by any process is seen
-// by the next call of every other one.
+// by the next call of every other one. When the values' counter has moved, the announced records
+// of the changes (announcements.h) tell which keys' values to forget; the rest stay cached.
 //
 // A process has one RegistryHive per hive file. Its lock serialises the use of its connection and
 // caches; any thread may call any function.
@@ -187,6 +188,12 @@ private:
     DWORD type = 0;
     std::vector<BYTE> data;
   };
+  // The cached values of one key.
+  struct CachedKeyValues {
+    std::u16string path;  // folded
+    std::size_t bytes = 0;
+    std::unordered_map<std::u16string, CachedValue> byName;  // by folded name
+  };
   struct Statements;
 
   RegistryHive() = default;
@@ -208,22 +215,30 @@ private:
   LSTATUS LookUpKey(const std::u16string& path, CachedKey& found);
   bool KeyCacheCurrent(std::uint64_t& structure);
   bool ValueCacheCurrent(std::uint64_t& values);
+  // Forgets the cached values of the keys whose values changed in the records announced after
+  // m_valueCacheAnnounced up to `staged`. False when the records do not say (the ring no longer
+  // holds them, or a key was deleted): the caller then forgets every value.
+  bool ForgetChangedValues(std::int64_t staged);
+  void ForgetValues(std::u16string_view path);
+  void ClearValueCache();
   void ForgetCaches();
-  // The cached value `name` of the key `keyId`, or null. `values` receives the count at which the
-  // cache is current, kNoGeneration when it is not; `folded` the folded name, valid until the next
-  // call of a cache function.
-  const CachedValue* FindCachedValue(std::int64_t keyId, std::u16string_view name, std::uint64_t& values,
+  // The entry of `key` in the value cache, made when missing.
+  CachedKeyValues& ValuesOf(const HiveKey& key);
+  // The cached value `name` of `key`, or null. `values` receives the count at which the cache is
+  // current, kNoGeneration when it is not; `folded` the folded name, valid until the next call of
+  // a cache function.
+  const CachedValue* FindCachedValue(const HiveKey& key, std::u16string_view name, std::uint64_t& values,
                                      std::u16string_view& folded);
-  // Keeps `read`, the value last asked for of FindCachedValue, when the cache is still current at
-  // `values`; returns the entry kept, or `read` itself.
-  const CachedValue* KeepValue(std::uint64_t values, CachedValue& read);
+  // Keeps `read`, the value of `key` last asked for of FindCachedValue, when the cache is still
+  // current at `values`; returns the entry kept, or `read` itself.
+  const CachedValue* KeepValue(const HiveKey& key, std::uint64_t values, CachedValue& read);
   // After a commit that created keys: enters them in the key cache, which then follows the commit,
   // when the cache was current before it (true); otherwise the cache is emptied. False as well
   // when no key was created.
   bool CacheCreatedKeys(Transaction& transaction);
-  // After a commit that changed the value `name` of the key `keyId`: puts `entry` in the value
-  // cache when that cache was current before the commit; otherwise the cache is dropped.
-  void CacheValueChange(const Transaction& transaction, std::int64_t keyId, std::u16string_view name,
+  // After a commit that changed the value `name` of `key`: puts `entry` in the value cache when
+  // that cache was current before the commit; otherwise the cache is dropped.
+  void CacheValueChange(const Transaction& transaction, const HiveKey& key, std::u16string_view name,
                         CachedValue entry);
 
   // Reads (hive_read.cpp), under m_mutex.
@@ -267,8 +282,11 @@ private:
 
   std::unordered_map<std::u16string, CachedKey> m_keyCache;
   std::uint64_t m_keyCacheAt = kNoGeneration;
-  std::unordered_map<std::u16string, CachedValue> m_valueCache;  // key: id in 4 units, then folded name
+  std::unordered_map<std::int64_t, CachedKeyValues> m_valueCache;  // by key id
+  std::unordered_map<std::u16string, std::int64_t> m_valueCacheKeys;  // the ids of m_valueCache by path
   std::uint64_t m_valueCacheAt = kNoGeneration;
+  // Every change committed after the count m_valueCacheAt has a record numbered above this.
+  std::int64_t m_valueCacheAnnounced = 0;
   std::size_t m_valueCacheBytes = 0;
   std::u16string m_scratch;
 };

@@ -1,5 +1,6 @@
 // The in-process caches of a hive: key ids by path and values by key and name, each current at one
-// count of the hive's shared change counters and dropped when the count moves.
+// count of the hive's shared change counters. The key cache is dropped when its count moves; the
+// value cache forgets only the keys that the announced records of the changes name.
 #include "platform/posix/registry/hive.h"
 #include "platform/posix/registry/hive_statements.h"
 #include "platform/posix/registry/hive_transaction.h"
@@ -13,26 +14,12 @@ using Counter = HiveGenerations::Counter;
 constexpr std::size_t kMaxCachedKeys = 65536;
 constexpr std::size_t kMaxCachedValueBytes = 16 * 1024 * 1024;
 
-// The key of a value cache entry: the key id in four code units, then the folded name; one
-// string, built without allocating in a buffer that is kept.
-void BuildValueCacheKey(std::u16string& out, std::int64_t id, std::u16string_view name) {
-  out.clear();
-  for (int shift = 0; shift < 64; shift += 16) {
-    out += static_cast<char16_t>((static_cast<std::uint64_t>(id) >> shift) & 0xFFFF);
-  }
-  AppendFolded(out, name);
-}
+// Whether an entry of `size` bytes fits beside the `bytes` that a value cache holds; a cache that
+// it would outgrow is emptied first.
+bool FitsValueCache(std::size_t bytes, std::size_t size) { return bytes + size <= kMaxCachedValueBytes; }
 
-// Counts an entry of `size` bytes of data under `entryKey` in the `bytes` of a value cache; a cache
-// that would outgrow its bound is emptied first.
-template <class ValueCache>
-void ChargeValueCache(ValueCache& cache, std::size_t& bytes, const std::u16string& entryKey, std::size_t size) {
-  if (bytes + size > kMaxCachedValueBytes) {
-    cache.clear();
-    bytes = 0;
-  }
-  bytes += size + entryKey.size() * sizeof(char16_t);
-}
+// What an entry counts against the bound: its data and its name.
+std::size_t EntryBytes(const std::u16string& name, std::size_t size) { return size + name.size() * sizeof(char16_t); }
 
 }  // namespace
 
@@ -49,22 +36,70 @@ bool RegistryHive::KeyCacheCurrent(std::uint64_t& structure) {
 
 bool RegistryHive::ValueCacheCurrent(std::uint64_t& values) {
   if (m_generations == nullptr) return false;
+  ChangeAnnouncements& announcements = m_generations->Announcements();
+  // The number first, then the count: a change committed after the count was read is announced
+  // after the number was read, so its record is numbered above it.
+  const std::int64_t announced = announcements.Announced();
   values = m_generations->Load(Counter::Values);
   if (!HiveGenerations::IsStable(values)) return false;
   if (m_valueCacheAt != values) {
-    m_valueCache.clear();
-    m_valueCacheBytes = 0;
+    // Every change in the count just read was staged before it moved.
+    if (m_valueCacheAt == kNoGeneration || !ForgetChangedValues(announcements.Staged())) ClearValueCache();
     m_valueCacheAt = values;
+    m_valueCacheAnnounced = announced;
   }
   return true;
+}
+
+bool RegistryHive::ForgetChangedValues(std::int64_t staged) {
+  std::vector<ChangeRecord> changes;
+  if (!m_generations->Announcements().ReadAfter(m_valueCacheAnnounced, staged, changes)) return false;
+  for (const ChangeRecord& change : changes) {
+    if (change.kind == ChangeKind::KeyDeleted) return false;
+    if (change.kind == ChangeKind::ValueSet) ForgetValues(change.path);
+  }
+  return true;
+}
+
+void RegistryHive::ForgetValues(std::u16string_view path) {
+  auto id = m_valueCacheKeys.find(std::u16string(path));
+  if (id == m_valueCacheKeys.end()) return;
+  auto entry = m_valueCache.find(id->second);
+  if (entry != m_valueCache.end()) {
+    m_valueCacheBytes -= entry->second.bytes;
+    m_valueCache.erase(entry);
+  }
+  m_valueCacheKeys.erase(id);
+}
+
+void RegistryHive::ClearValueCache() {
+  m_valueCache.clear();
+  m_valueCacheKeys.clear();
+  m_valueCacheBytes = 0;
 }
 
 void RegistryHive::ForgetCaches() {
   m_keyCache.clear();
   m_keyCacheAt = kNoGeneration;
-  m_valueCache.clear();
-  m_valueCacheBytes = 0;
+  ClearValueCache();
   m_valueCacheAt = kNoGeneration;
+}
+
+RegistryHive::CachedKeyValues& RegistryHive::ValuesOf(const HiveKey& key) {
+  auto [entry, added] = m_valueCache.try_emplace(key.id);
+  if (!added) return entry->second;
+  entry->second.path = key.path;
+  // A key deleted and made again under the same path has a new id: the values of the old one go.
+  auto [id, fresh] = m_valueCacheKeys.try_emplace(key.path, key.id);
+  if (!fresh && id->second != key.id) {
+    auto old = m_valueCache.find(id->second);
+    if (old != m_valueCache.end()) {
+      m_valueCacheBytes -= old->second.bytes;
+      m_valueCache.erase(old);
+    }
+    id->second = key.id;
+  }
+  return entry->second;
 }
 
 LSTATUS RegistryHive::CheckAlive(HiveKey& key) {
@@ -115,22 +150,29 @@ LSTATUS RegistryHive::LookUpKey(const std::u16string& path, CachedKey& found) {
   return ERROR_SUCCESS;
 }
 
-const RegistryHive::CachedValue* RegistryHive::FindCachedValue(std::int64_t keyId, std::u16string_view name,
+const RegistryHive::CachedValue* RegistryHive::FindCachedValue(const HiveKey& key, std::u16string_view name,
                                                                std::uint64_t& values, std::u16string_view& folded) {
-  BuildValueCacheKey(m_scratch, keyId, name);
-  folded = std::u16string_view(m_scratch).substr(4);
+  m_scratch.clear();
+  AppendFolded(m_scratch, name);
+  folded = m_scratch;
   values = kNoGeneration;
   std::uint64_t current = kNoGeneration;
   if (!ValueCacheCurrent(current)) return nullptr;
   values = current;
-  auto hit = m_valueCache.find(m_scratch);
-  return hit != m_valueCache.end() ? &hit->second : nullptr;
+  auto entry = m_valueCache.find(key.id);
+  if (entry == m_valueCache.end()) return nullptr;
+  auto hit = entry->second.byName.find(m_scratch);
+  return hit != entry->second.byName.end() ? &hit->second : nullptr;
 }
 
-const RegistryHive::CachedValue* RegistryHive::KeepValue(std::uint64_t values, CachedValue& read) {
+const RegistryHive::CachedValue* RegistryHive::KeepValue(const HiveKey& key, std::uint64_t values, CachedValue& read) {
   if (values == kNoGeneration || m_generations->Load(Counter::Values) != values) return &read;
-  ChargeValueCache(m_valueCache, m_valueCacheBytes, m_scratch, read.data.size());
-  return &m_valueCache.emplace(m_scratch, std::move(read)).first->second;
+  const std::size_t bytes = EntryBytes(m_scratch, read.data.size());
+  if (!FitsValueCache(m_valueCacheBytes, bytes)) ClearValueCache();
+  CachedKeyValues& cached = ValuesOf(key);
+  cached.bytes += bytes;
+  m_valueCacheBytes += bytes;
+  return &cached.byName.emplace(m_scratch, std::move(read)).first->second;
 }
 
 bool RegistryHive::CacheCreatedKeys(Transaction& transaction) {
@@ -146,18 +188,24 @@ bool RegistryHive::CacheCreatedKeys(Transaction& transaction) {
   return false;
 }
 
-void RegistryHive::CacheValueChange(const Transaction& transaction, std::int64_t keyId, std::u16string_view name,
+void RegistryHive::CacheValueChange(const Transaction& transaction, const HiveKey& key, std::u16string_view name,
                                     CachedValue entry) {
-  if (m_valueCacheAt == transaction.Before(Counter::Values) && HiveGenerations::IsStable(m_valueCacheAt)) {
-    BuildValueCacheKey(m_scratch, keyId, name);
-    ChargeValueCache(m_valueCache, m_valueCacheBytes, m_scratch, entry.data.size());
-    m_valueCache[m_scratch] = std::move(entry);
-    m_valueCacheAt = transaction.After(Counter::Values);
-  } else {
-    m_valueCache.clear();
-    m_valueCacheBytes = 0;
+  if (m_valueCacheAt != transaction.Before(Counter::Values) || !HiveGenerations::IsStable(m_valueCacheAt)) {
+    ClearValueCache();
     m_valueCacheAt = kNoGeneration;
+    return;
   }
+  m_scratch.clear();
+  AppendFolded(m_scratch, name);
+  const std::size_t bytes = EntryBytes(m_scratch, entry.data.size());
+  if (!FitsValueCache(m_valueCacheBytes, bytes)) ClearValueCache();
+  CachedKeyValues& cached = ValuesOf(key);
+  auto [slot, added] = cached.byName.try_emplace(m_scratch);
+  const std::size_t replaced = added ? 0 : EntryBytes(m_scratch, slot->second.data.size());
+  slot->second = std::move(entry);
+  cached.bytes = cached.bytes - replaced + bytes;
+  m_valueCacheBytes = m_valueCacheBytes - replaced + bytes;
+  m_valueCacheAt = transaction.After(Counter::Values);
 }
 
 }  // namespace Platform::Posix

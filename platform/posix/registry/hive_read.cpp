@@ -62,12 +62,12 @@ LSTATUS RegistryHive::ReadValue(HiveKey& key, std::u16string_view name, ValueCon
   std::lock_guard<std::mutex> lock(m_mutex);
   std::uint64_t values = kNoGeneration;
   std::u16string_view folded;
-  const CachedValue* found = FindCachedValue(key.id, name, values, folded);
+  const CachedValue* found = FindCachedValue(key, name, values, folded);
   CachedValue read;
   if (found == nullptr) {
     LSTATUS status = ReadValueRow(key.id, folded, read);
     if (status != ERROR_SUCCESS) return status;
-    found = KeepValue(values, read);
+    found = KeepValue(key, values, read);
   }
   if (!found->exists) return ERROR_FILE_NOT_FOUND;
   consumer(context, found->type, found->data.data(), found->data.size());

@@ -220,7 +220,7 @@ LSTATUS RegistryHive::CommitValueChange(Transaction& transaction, const HiveKey&
   transaction.Touch(Counter::Values);
   LSTATUS status = transaction.Commit();
   if (status != ERROR_SUCCESS) return status;
-  CacheValueChange(transaction, target.id, name, std::move(entry));
+  CacheValueChange(transaction, target, name, std::move(entry));
   return ERROR_SUCCESS;
 }
 

@@ -91,6 +91,88 @@ TEST_F(RegistryCrossProcessTest, ChildWatchIsSignalledByAWriteOfThisProcess) {
   EXPECT_EQ("signalled\n", result.output);
 }
 
+// The values this process has read stay in its cache across another process's writes, except
+// those the writes changed. Each test reads a value first, so that it is cached, then lets a
+// child change the hive, then reads again.
+class RegistryCrossProcessCacheTest : public RegistryCrossProcessTest {
+protected:
+  void SetUp() override {
+    RegistryCrossProcessTest::SetUp();
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Changed", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                             m_changed.Put(), nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(m_sandbox.Root(), u"Untouched", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                             m_untouched.Put(), nullptr));
+    ASSERT_EQ(kStartValue, Write(m_changed.Get(), u"N00000", kStartValue));
+    ASSERT_EQ(kStartValue, Write(m_untouched.Get(), u"Kept", kStartValue));
+    ASSERT_EQ(kStartValue, Read(m_changed.Get(), u"N00000"));
+    ASSERT_EQ(kStartValue, Read(m_untouched.Get(), u"Kept"));
+  }
+
+  static DWORD Write(HKEY key, const char16_t* name, DWORD value) {
+    return RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), 4) == ERROR_SUCCESS
+               ? value
+               : kFailed;
+  }
+  // The value, or kFailed with the status in `status`.
+  static DWORD Read(HKEY key, const char16_t* name, LSTATUS* status = nullptr) {
+    DWORD value = 0, size = 4;
+    LSTATUS result = RegGetValueW(key, nullptr, name, RRF_RT_REG_DWORD, nullptr, &value, &size);
+    if (status != nullptr) *status = result;
+    return result == ERROR_SUCCESS ? value : kFailed;
+  }
+  std::string ChangedKeyPath() const { return Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Changed"; }
+  // Runs the child that sets N00000, N00001, ... of the changed key to 0, 1, ...
+  void WriteSequenceInAChild(int count) {
+    ChildProcess writer;
+    ASSERT_TRUE(writer.Start(HALCYRA_REGISTRY_CHILD, {"sequence", ChangedKeyPath(), std::to_string(count)}));
+    ChildProcess::Result result = writer.Finish(60000);
+    ASSERT_EQ(0, result.exitCode) << result.output;
+  }
+
+  static constexpr DWORD kStartValue = 77;
+  static constexpr DWORD kFailed = 0xFFFFFFFF;
+  UniqueKey m_changed;
+  UniqueKey m_untouched;
+};
+
+TEST_F(RegistryCrossProcessCacheTest, ValueChangedByAnotherProcessIsReadAnewAndAnotherKeysValueIsKept) {
+  ASSERT_NO_FATAL_FAILURE(WriteSequenceInAChild(10));
+  EXPECT_EQ(0u, Read(m_changed.Get(), u"N00000"));
+  EXPECT_EQ(9u, Read(m_changed.Get(), u"N00009"));
+  EXPECT_EQ(kStartValue, Read(m_untouched.Get(), u"Kept"));
+}
+
+TEST_F(RegistryCrossProcessCacheTest, ValuesAreCurrentAfterMoreChangesThanTheAnnouncementsHold) {
+  ASSERT_NO_FATAL_FAILURE(WriteSequenceInAChild(600));
+  EXPECT_EQ(0u, Read(m_changed.Get(), u"N00000"));
+  EXPECT_EQ(599u, Read(m_changed.Get(), u"N00599"));
+  EXPECT_EQ(kStartValue, Read(m_untouched.Get(), u"Kept"));
+}
+
+TEST_F(RegistryCrossProcessCacheTest, ValueDeletedByAnotherProcessIsGone) {
+  ChildProcess::Result deleted =
+      ChildProcess::Run(HALCYRA_REG_TOOL, {"delete", m_sandbox.RootCommandPath() + "\\Changed", "/v", "N00000", "/f"});
+  ASSERT_EQ(0, deleted.exitCode) << deleted.output;
+  LSTATUS status = ERROR_SUCCESS;
+  EXPECT_EQ(kFailed, Read(m_changed.Get(), u"N00000", &status));
+  EXPECT_EQ(ERROR_FILE_NOT_FOUND, status);
+  EXPECT_EQ(kStartValue, Read(m_untouched.Get(), u"Kept"));
+}
+
+TEST_F(RegistryCrossProcessCacheTest, KeyDeletedAndMadeAgainByAnotherProcessShowsTheNewKeysValue) {
+  const std::string changed = m_sandbox.RootCommandPath() + "\\Changed";
+  ASSERT_EQ(0, ChildProcess::Run(HALCYRA_REG_TOOL, {"delete", changed, "/f"}).exitCode);
+  ASSERT_EQ(0, ChildProcess::Run(HALCYRA_REG_TOOL, {"add", changed, "/v", "N00000", "/t", "REG_DWORD", "/d", "5", "/f"})
+                   .exitCode);
+  LSTATUS status = ERROR_SUCCESS;
+  EXPECT_EQ(kFailed, Read(m_changed.Get(), u"N00000", &status));
+  EXPECT_EQ(ERROR_KEY_DELETED, status);
+  UniqueKey again;
+  ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_sandbox.Root(), u"Changed", 0, KEY_READ, again.Put()));
+  EXPECT_EQ(5u, Read(again.Get(), u"N00000"));
+  EXPECT_EQ(kStartValue, Read(m_untouched.Get(), u"Kept"));
+}
+
 TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites) {
   const std::string key = Platform::Utf16ToUtf8(m_sandbox.RootPath()) + "\\Killed";
   const std::u16string wideKey = Platform::Utf8ToUtf16(key);
