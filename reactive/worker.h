@@ -3,7 +3,7 @@
 //
 // A worker is made by a coordination (coordination.h) and its thread is never ended: the
 // pipelines that use workers live until the process ends, and so do their threads, asleep when
-// there is nothing to run. Copies of a worker share its thread. An action that throws ends the
+// there is nothing to run (and awake for the last moments before a timed action, see worker.cpp). Copies of a worker share its thread. An action that throws ends the
 // process. schedule may be called from any thread, the worker's own included.
 #pragma once
 

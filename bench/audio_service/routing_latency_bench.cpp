@@ -107,11 +107,12 @@ int Writer() {
     const DWORD shown = 1;
     const Clock::time_point written = Clock::now();
     if (RegSetKeyValueW(HKEY_LOCAL_MACHINE, kProfilesKey, kRoutingValue, REG_DWORD, &shown, sizeof shown) !=
-            ERROR_SUCCESS ||
-        !WriteStamp("routing", round, written)) {
+        ERROR_SUCCESS) {
       return 4;
     }
     std::this_thread::sleep_for(kSettle);
+    // Stamps are written once the loop has settled, so that their writes do not run beside it.
+    if (!WriteStamp("routing", round, written)) return 4;
 
     const Clock::time_point disabled = Clock::now();
     if (RegNotifyChangeKeyValue(profiles.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed.Get(), TRUE) !=
