@@ -214,6 +214,7 @@ private:
   LSTATUS CheckAlive(HiveKey& key);
   LSTATUS LookUpKey(const std::u16string& path, CachedKey& found);
   bool KeyCacheCurrent(std::uint64_t& structure);
+  void ClearKeyCache();
   bool ValueCacheCurrent(std::uint64_t& values);
   // Forgets the cached values of the keys whose values changed in the records announced after
   // m_valueCacheAnnounced up to `staged`. False when the records do not say (the ring no longer
@@ -281,6 +282,9 @@ private:
   void* m_listenerContext = nullptr;
 
   std::unordered_map<std::u16string, CachedKey> m_keyCache;
+  // The sub-keys of keys by id, sorted as an enumeration lists them, current with m_keyCache.
+  std::unordered_map<std::int64_t, std::vector<SubKeyEntry>> m_subKeyCache;
+  std::size_t m_subKeyCacheEntries = 0;
   std::uint64_t m_keyCacheAt = kNoGeneration;
   std::unordered_map<std::int64_t, CachedKeyValues> m_valueCache;  // by key id
   std::unordered_map<std::u16string, std::int64_t> m_valueCacheKeys;  // the ids of m_valueCache by path

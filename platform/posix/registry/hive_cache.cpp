@@ -28,10 +28,16 @@ bool RegistryHive::KeyCacheCurrent(std::uint64_t& structure) {
   structure = m_generations->Load(Counter::Structure);
   if (!HiveGenerations::IsStable(structure)) return false;
   if (m_keyCacheAt != structure) {
-    m_keyCache.clear();
+    ClearKeyCache();
     m_keyCacheAt = structure;
   }
   return true;
+}
+
+void RegistryHive::ClearKeyCache() {
+  m_keyCache.clear();
+  m_subKeyCache.clear();
+  m_subKeyCacheEntries = 0;
 }
 
 bool RegistryHive::ValueCacheCurrent(std::uint64_t& values) {
@@ -79,7 +85,7 @@ void RegistryHive::ClearValueCache() {
 }
 
 void RegistryHive::ForgetCaches() {
-  m_keyCache.clear();
+  ClearKeyCache();
   m_keyCacheAt = kNoGeneration;
   ClearValueCache();
   m_valueCacheAt = kNoGeneration;
@@ -143,7 +149,7 @@ LSTATUS RegistryHive::LookUpKey(const std::u16string& path, CachedKey& found) {
     }
   }
   if (cacheCurrent && m_generations->Load(Counter::Structure) == structure) {
-    if (m_keyCache.size() >= kMaxCachedKeys) m_keyCache.clear();
+    if (m_keyCache.size() >= kMaxCachedKeys) ClearKeyCache();
     m_keyCache.emplace(path, result);
   }
   found = result;
@@ -178,12 +184,15 @@ const RegistryHive::CachedValue* RegistryHive::KeepValue(const HiveKey& key, std
 bool RegistryHive::CacheCreatedKeys(Transaction& transaction) {
   if (!transaction.Touched(Counter::Structure)) return false;
   if (m_keyCacheAt == transaction.Before(Counter::Structure) && HiveGenerations::IsStable(m_keyCacheAt)) {
-    if (m_keyCache.size() + transaction.createdKeys.size() > kMaxCachedKeys) m_keyCache.clear();
+    // The parents of the new keys list them now.
+    m_subKeyCache.clear();
+    m_subKeyCacheEntries = 0;
+    if (m_keyCache.size() + transaction.createdKeys.size() > kMaxCachedKeys) ClearKeyCache();
     for (auto& [path, cached] : transaction.createdKeys) m_keyCache.insert_or_assign(std::move(path), cached);
     m_keyCacheAt = transaction.After(Counter::Structure);
     return true;
   }
-  m_keyCache.clear();
+  ClearKeyCache();
   m_keyCacheAt = kNoGeneration;
   return false;
 }

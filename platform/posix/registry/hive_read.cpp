@@ -11,6 +11,8 @@ namespace {
 
 using Counter = HiveGenerations::Counter;
 
+constexpr std::size_t kMaxCachedSubKeys = 65536;
+
 }  // namespace
 
 LSTATUS RegistryHive::OpenRoot(std::u16string_view path, HiveKey& root) {
@@ -96,6 +98,17 @@ LSTATUS RegistryHive::LoadSubKeys(HiveKey& key, bool needLastWrite) {
   key.subKeys.clear();
   key.subKeysStructure = kNoGeneration;
   key.subKeysValues = kNoGeneration;
+  // Names and classes change only with the tree's shape; the last write times also with values.
+  std::uint64_t cachedAt = kNoGeneration;
+  const bool cacheCurrent = !needLastWrite && KeyCacheCurrent(cachedAt);
+  if (cacheCurrent) {
+    auto cached = m_subKeyCache.find(key.id);
+    if (cached != m_subKeyCache.end()) {
+      key.subKeys = cached->second;
+      key.subKeysStructure = cachedAt;
+      return ERROR_SUCCESS;
+    }
+  }
   {
     StatementUse use(m_statements->children);
     use.Bind(1, key.id);
@@ -119,6 +132,14 @@ LSTATUS RegistryHive::LoadSubKeys(HiveKey& key, bool needLastWrite) {
   if (m_generations != nullptr) {
     if (HiveGenerations::IsStable(structure) && m_generations->Load(Counter::Structure) == structure) {
       key.subKeysStructure = structure;
+      if (cacheCurrent && cachedAt == structure) {
+        if (m_subKeyCacheEntries + key.subKeys.size() > kMaxCachedSubKeys) {
+          m_subKeyCache.clear();
+          m_subKeyCacheEntries = 0;
+        }
+        m_subKeyCache[key.id] = key.subKeys;
+        m_subKeyCacheEntries += key.subKeys.size();
+      }
     }
     if (needLastWrite && HiveGenerations::IsStable(values) && m_generations->Load(Counter::Values) == values) {
       key.subKeysValues = values;

@@ -11,6 +11,7 @@
 #include <random>
 #include <set>
 #include <thread>
+#include <vector>
 
 #include "platform/registry.h"
 #include "platform/synchronization.h"
@@ -171,6 +172,26 @@ TEST_F(RegistryCrossProcessCacheTest, KeyDeletedAndMadeAgainByAnotherProcessShow
   ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_sandbox.Root(), u"Changed", 0, KEY_READ, again.Put()));
   EXPECT_EQ(5u, Read(again.Get(), u"N00000"));
   EXPECT_EQ(kStartValue, Read(m_untouched.Get(), u"Kept"));
+}
+
+TEST_F(RegistryCrossProcessCacheTest, SubKeysListedThroughANewHandleIncludeOneAnotherProcessAdded) {
+  auto list = [&] {
+    UniqueKey root;
+    std::vector<std::u16string> names;
+    if (RegOpenKeyExW(m_sandbox.Root(), nullptr, 0, KEY_READ, root.Put()) != ERROR_SUCCESS) return names;
+    char16_t name[256];
+    for (DWORD index = 0;; ++index) {
+      DWORD length = 256;
+      if (RegEnumKeyExW(root.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+      names.emplace_back(name, length);
+    }
+    return names;
+  };
+  ASSERT_EQ((std::vector<std::u16string>{u"Changed", u"Untouched"}), list());
+  ASSERT_EQ(0, ChildProcess::Run(HALCYRA_REG_TOOL, {"add", m_sandbox.RootCommandPath() + "\\Added", "/f"}).exitCode);
+  EXPECT_EQ((std::vector<std::u16string>{u"Added", u"Changed", u"Untouched"}), list());
+  ASSERT_EQ(0, ChildProcess::Run(HALCYRA_REG_TOOL, {"delete", m_sandbox.RootCommandPath() + "\\Changed", "/f"}).exitCode);
+  EXPECT_EQ((std::vector<std::u16string>{u"Added", u"Untouched"}), list());
 }
 
 TEST_F(RegistryCrossProcessTest, WriterKilledInTheMiddleLeavesAPrefixOfItsWrites) {
