@@ -33,6 +33,7 @@
 #include "platform/utf.h"
 #include "simulator/audio_system.h"
 #include "simulator/class_registration.h"
+#include "tests/support/routing_value_location.h"
 
 namespace {
 
@@ -50,11 +51,8 @@ constexpr const char16_t* kStampsKey = u"SOFTWARE\\HalcyraBench\\Stamps";
 constexpr const char16_t* kVadRender = u"{5AD00000-0000-4000-8000-000000000001}";
 constexpr const char16_t* kVadCapture = u"{5AD00000-0000-4000-8000-000000000002}";
 constexpr const char16_t* kSpeakers = u"{5AD00000-0000-4000-8000-000000000003}";
-// The routing value of the default product: its data system's place, the store Profiles, the value
-// bVacRoutingState.
-constexpr const char16_t* kProfilesKey =
-    u"Software\\Velorin\\VelorinV3\\{A7FAF9D6-CD2F-4B99-89C3-5B8CF5451651}\\{2D892500-1F2C-4141-B46B-2A6BD660E61D}";
-constexpr const char16_t* kRoutingValue = u"{E3C373EE-ABAB-4D5F-81E3-FC4607FD963A}";
+using Testing::kProfilesKey;
+using Testing::kRoutingValue;
 constexpr const char* kVisibility = "IPolicyConfig::SetEndpointVisibility";
 constexpr const char* kEnum = "IMMDeviceEnumerator::EnumAudioEndpoints";
 

@@ -11,6 +11,7 @@
 #include "platform/utf.h"
 #include "reactive/coordination.h"
 #include "tests/audio_service/audio_service_machine.h"
+#include "tests/support/routing_value_location.h"
 
 namespace Testing {
 namespace {
@@ -19,11 +20,8 @@ using namespace Platform;
 
 constexpr const char* kEnum = "IMMDeviceEnumerator::EnumAudioEndpoints";
 constexpr const char* kVisibility = "IPolicyConfig::SetEndpointVisibility";
-// Where the routing value of the default product lives: its data system's place, the store
-// Profiles, the value bVacRoutingState.
-constexpr const char16_t* kProfilesKey =
-    u"Software\\Velorin\\VelorinV3\\{A7FAF9D6-CD2F-4B99-89C3-5B8CF5451651}\\{2D892500-1F2C-4141-B46B-2A6BD660E61D}";
-constexpr const char16_t* kRoutingValue = u"{E3C373EE-ABAB-4D5F-81E3-FC4607FD963A}";
+using Testing::kProfilesKey;
+using Testing::kRoutingValue;
 
 class VADStateSynchronizerTest : public ::testing::Test {
 protected:

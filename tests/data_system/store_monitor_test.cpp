@@ -256,13 +256,18 @@ TEST_F(StoreMonitorTest, AsynchronousDeliveryHasANullListAndAnItemDeletedMeanwhi
   EXPECT_TRUE(nullList);
   // The worker gives its reference on the item back after the monitor has returned; nothing
   // announces that, so look until only this test's own reference is left: then the worker is done
-  // with the monitor and its promises before they go.
+  // with the monitor and its promises before they go. The count is read under the tree's lock,
+  // which the worker's Release takes.
   auto* internal = static_cast<IItemInternal*>(item->GetInterface(&IID_IItemInternal));
+  auto count = [&] {
+    TreeLock hold(dataSystem);
+    return internal->GetRefCount();
+  };
   for (auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-       internal->GetRefCount() > 1 && std::chrono::steady_clock::now() < end;) {
+       count() > 1 && std::chrono::steady_clock::now() < end;) {
     std::this_thread::yield();
   }
-  EXPECT_EQ(internal->GetRefCount(), 1u);
+  EXPECT_EQ(count(), 1u);
   item->Release();
 }
 

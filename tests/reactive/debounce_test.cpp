@@ -57,8 +57,9 @@ TEST(DebounceTest, AFurtherValueWithinThePeriodRestartsIt) {
   const auto start = std::chrono::steady_clock::now();
   giver.on_next(1);
   std::this_thread::sleep_until(start + 60ms);
-  giver.on_next(2);
+  // Stamped before the value is given: the worker may arm its period before on_next returns.
   const auto second = std::chrono::steady_clock::now();
+  giver.on_next(2);
   ASSERT_TRUE(recorder.WaitFor(1));
   const auto deliveries = recorder.Deliveries();
   // Had the first value come through, it would have come before the second was given or alone.

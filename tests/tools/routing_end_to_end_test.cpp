@@ -13,6 +13,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/platform_kind.h"
 #include "tests/support/temporary_registry_folder.h"
+#include "tests/support/routing_value_location.h"
 
 namespace {
 
@@ -23,9 +24,8 @@ using Clock = std::chrono::steady_clock;
 constexpr const char16_t* kAudioRoot = u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio";
 constexpr const char16_t* kVadRender = u"Render\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D01}";
 constexpr const char16_t* kVadCapture = u"Capture\\{0B5C3C8E-6A0B-4B52-9D3E-1F8A5A0C7D02}";
-constexpr const char16_t* kProfilesKey =
-    u"Software\\Velorin\\VelorinV3\\{A7FAF9D6-CD2F-4B99-89C3-5B8CF5451651}\\{2D892500-1F2C-4141-B46B-2A6BD660E61D}";
-constexpr const char16_t* kRoutingValue = u"{E3C373EE-ABAB-4D5F-81E3-FC4607FD963A}";
+using Testing::kProfilesKey;
+using Testing::kRoutingValue;
 
 // A DWORD of the machine hive; -1 when it is missing.
 long long MachineNumber(const std::u16string& subKey, const char16_t* name) {
