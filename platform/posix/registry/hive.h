@@ -190,7 +190,6 @@ private:
   };
   // The cached values of one key.
   struct CachedKeyValues {
-    std::u16string path;  // folded
     std::size_t bytes = 0;
     std::unordered_map<std::u16string, CachedValue> byName;  // by folded name
   };
@@ -215,16 +214,25 @@ private:
   LSTATUS LookUpKey(const std::u16string& path, CachedKey& found);
   bool KeyCacheCurrent(std::uint64_t& structure);
   void ClearKeyCache();
+  void ClearSubKeyCache();
+  // The cached sub-keys of the key `id`, or null; `structure` receives the count at which the key
+  // cache is current, kNoGeneration when it is not.
+  const std::vector<SubKeyEntry>* FindCachedSubKeys(std::int64_t id, std::uint64_t& structure);
+  // Keeps `subKeys` of the key `id`, read at the count `structure`, when the cache is current at it.
+  void KeepSubKeys(std::int64_t id, std::uint64_t structure, const std::vector<SubKeyEntry>& subKeys);
   bool ValueCacheCurrent(std::uint64_t& values);
   // Forgets the cached values of the keys whose values changed in the records announced after
   // m_valueCacheAnnounced up to `staged`. False when the records do not say (the ring no longer
   // holds them, or a key was deleted): the caller then forgets every value.
   bool ForgetChangedValues(std::int64_t staged);
-  void ForgetValues(std::u16string_view path);
+  void ForgetValues(const std::u16string& path);
   void ClearValueCache();
   void ForgetCaches();
-  // The entry of `key` in the value cache, made when missing.
-  CachedKeyValues& ValuesOf(const HiveKey& key);
+  // Drops the cached values of the key `id`.
+  void DropValuesOf(std::int64_t id);
+  // Puts `entry` in the value cache as the value named m_scratch (folded) of `key`, replacing what
+  // was there; returns the entry kept.
+  const CachedValue* StoreValue(const HiveKey& key, CachedValue entry);
   // The cached value `name` of `key`, or null. `values` receives the count at which the cache is
   // current, kNoGeneration when it is not; `folded` the folded name, valid until the next call of
   // a cache function.

@@ -12,6 +12,7 @@ namespace {
 using Counter = HiveGenerations::Counter;
 
 constexpr std::size_t kMaxCachedKeys = 65536;
+constexpr std::size_t kMaxCachedSubKeys = 65536;
 constexpr std::size_t kMaxCachedValueBytes = 16 * 1024 * 1024;
 
 // Whether an entry of `size` bytes fits beside the `bytes` that a value cache holds; a cache that
@@ -36,8 +37,31 @@ bool RegistryHive::KeyCacheCurrent(std::uint64_t& structure) {
 
 void RegistryHive::ClearKeyCache() {
   m_keyCache.clear();
+  ClearSubKeyCache();
+}
+
+void RegistryHive::ClearSubKeyCache() {
   m_subKeyCache.clear();
   m_subKeyCacheEntries = 0;
+}
+
+const std::vector<SubKeyEntry>* RegistryHive::FindCachedSubKeys(std::int64_t id, std::uint64_t& structure) {
+  structure = kNoGeneration;
+  std::uint64_t current = kNoGeneration;
+  if (!KeyCacheCurrent(current)) return nullptr;
+  structure = current;
+  auto cached = m_subKeyCache.find(id);
+  return cached != m_subKeyCache.end() ? &cached->second : nullptr;
+}
+
+void RegistryHive::KeepSubKeys(std::int64_t id, std::uint64_t structure, const std::vector<SubKeyEntry>& subKeys) {
+  if (structure == kNoGeneration || m_keyCacheAt != structure ||
+      m_generations->Load(Counter::Structure) != structure) {
+    return;
+  }
+  if (m_subKeyCacheEntries + subKeys.size() > kMaxCachedSubKeys) ClearSubKeyCache();
+  m_subKeyCache[id] = subKeys;
+  m_subKeyCacheEntries += subKeys.size();
 }
 
 bool RegistryHive::ValueCacheCurrent(std::uint64_t& values) {
@@ -67,15 +91,18 @@ bool RegistryHive::ForgetChangedValues(std::int64_t staged) {
   return true;
 }
 
-void RegistryHive::ForgetValues(std::u16string_view path) {
-  auto id = m_valueCacheKeys.find(std::u16string(path));
+void RegistryHive::ForgetValues(const std::u16string& path) {
+  auto id = m_valueCacheKeys.find(path);
   if (id == m_valueCacheKeys.end()) return;
-  auto entry = m_valueCache.find(id->second);
-  if (entry != m_valueCache.end()) {
-    m_valueCacheBytes -= entry->second.bytes;
-    m_valueCache.erase(entry);
-  }
+  DropValuesOf(id->second);
   m_valueCacheKeys.erase(id);
+}
+
+void RegistryHive::DropValuesOf(std::int64_t id) {
+  auto entry = m_valueCache.find(id);
+  if (entry == m_valueCache.end()) return;
+  m_valueCacheBytes -= entry->second.bytes;
+  m_valueCache.erase(entry);
 }
 
 void RegistryHive::ClearValueCache() {
@@ -91,21 +118,25 @@ void RegistryHive::ForgetCaches() {
   m_valueCacheAt = kNoGeneration;
 }
 
-RegistryHive::CachedKeyValues& RegistryHive::ValuesOf(const HiveKey& key) {
-  auto [entry, added] = m_valueCache.try_emplace(key.id);
-  if (!added) return entry->second;
-  entry->second.path = key.path;
-  // A key deleted and made again under the same path has a new id: the values of the old one go.
-  auto [id, fresh] = m_valueCacheKeys.try_emplace(key.path, key.id);
-  if (!fresh && id->second != key.id) {
-    auto old = m_valueCache.find(id->second);
-    if (old != m_valueCache.end()) {
-      m_valueCacheBytes -= old->second.bytes;
-      m_valueCache.erase(old);
+const RegistryHive::CachedValue* RegistryHive::StoreValue(const HiveKey& key, CachedValue entry) {
+  const std::size_t bytes = EntryBytes(m_scratch, entry.data.size());
+  if (!FitsValueCache(m_valueCacheBytes, bytes)) ClearValueCache();
+  auto [values, added] = m_valueCache.try_emplace(key.id);
+  if (added) {
+    // A key deleted and made again under the same path has a new id: the values of the old one go.
+    auto [id, fresh] = m_valueCacheKeys.try_emplace(key.path, key.id);
+    if (!fresh && id->second != key.id) {
+      DropValuesOf(id->second);
+      id->second = key.id;
     }
-    id->second = key.id;
   }
-  return entry->second;
+  CachedKeyValues& cached = values->second;
+  auto [slot, fresh] = cached.byName.try_emplace(m_scratch);
+  const std::size_t replaced = fresh ? 0 : EntryBytes(m_scratch, slot->second.data.size());
+  slot->second = std::move(entry);
+  cached.bytes = cached.bytes - replaced + bytes;
+  m_valueCacheBytes = m_valueCacheBytes - replaced + bytes;
+  return &slot->second;
 }
 
 LSTATUS RegistryHive::CheckAlive(HiveKey& key) {
@@ -173,20 +204,14 @@ const RegistryHive::CachedValue* RegistryHive::FindCachedValue(const HiveKey& ke
 
 const RegistryHive::CachedValue* RegistryHive::KeepValue(const HiveKey& key, std::uint64_t values, CachedValue& read) {
   if (values == kNoGeneration || m_generations->Load(Counter::Values) != values) return &read;
-  const std::size_t bytes = EntryBytes(m_scratch, read.data.size());
-  if (!FitsValueCache(m_valueCacheBytes, bytes)) ClearValueCache();
-  CachedKeyValues& cached = ValuesOf(key);
-  cached.bytes += bytes;
-  m_valueCacheBytes += bytes;
-  return &cached.byName.emplace(m_scratch, std::move(read)).first->second;
+  return StoreValue(key, std::move(read));
 }
 
 bool RegistryHive::CacheCreatedKeys(Transaction& transaction) {
   if (!transaction.Touched(Counter::Structure)) return false;
   if (m_keyCacheAt == transaction.Before(Counter::Structure) && HiveGenerations::IsStable(m_keyCacheAt)) {
     // The parents of the new keys list them now.
-    m_subKeyCache.clear();
-    m_subKeyCacheEntries = 0;
+    ClearSubKeyCache();
     if (m_keyCache.size() + transaction.createdKeys.size() > kMaxCachedKeys) ClearKeyCache();
     for (auto& [path, cached] : transaction.createdKeys) m_keyCache.insert_or_assign(std::move(path), cached);
     m_keyCacheAt = transaction.After(Counter::Structure);
@@ -206,14 +231,7 @@ void RegistryHive::CacheValueChange(const Transaction& transaction, const HiveKe
   }
   m_scratch.clear();
   AppendFolded(m_scratch, name);
-  const std::size_t bytes = EntryBytes(m_scratch, entry.data.size());
-  if (!FitsValueCache(m_valueCacheBytes, bytes)) ClearValueCache();
-  CachedKeyValues& cached = ValuesOf(key);
-  auto [slot, added] = cached.byName.try_emplace(m_scratch);
-  const std::size_t replaced = added ? 0 : EntryBytes(m_scratch, slot->second.data.size());
-  slot->second = std::move(entry);
-  cached.bytes = cached.bytes - replaced + bytes;
-  m_valueCacheBytes = m_valueCacheBytes - replaced + bytes;
+  StoreValue(key, std::move(entry));
   m_valueCacheAt = transaction.After(Counter::Values);
 }
 

@@ -11,8 +11,6 @@ namespace {
 
 using Counter = HiveGenerations::Counter;
 
-constexpr std::size_t kMaxCachedSubKeys = 65536;
-
 }  // namespace
 
 LSTATUS RegistryHive::OpenRoot(std::u16string_view path, HiveKey& root) {
@@ -100,11 +98,9 @@ LSTATUS RegistryHive::LoadSubKeys(HiveKey& key, bool needLastWrite) {
   key.subKeysValues = kNoGeneration;
   // Names and classes change only with the tree's shape; the last write times also with values.
   std::uint64_t cachedAt = kNoGeneration;
-  const bool cacheCurrent = !needLastWrite && KeyCacheCurrent(cachedAt);
-  if (cacheCurrent) {
-    auto cached = m_subKeyCache.find(key.id);
-    if (cached != m_subKeyCache.end()) {
-      key.subKeys = cached->second;
+  if (!needLastWrite) {
+    if (const std::vector<SubKeyEntry>* cached = FindCachedSubKeys(key.id, cachedAt)) {
+      key.subKeys = *cached;
       key.subKeysStructure = cachedAt;
       return ERROR_SUCCESS;
     }
@@ -132,14 +128,7 @@ LSTATUS RegistryHive::LoadSubKeys(HiveKey& key, bool needLastWrite) {
   if (m_generations != nullptr) {
     if (HiveGenerations::IsStable(structure) && m_generations->Load(Counter::Structure) == structure) {
       key.subKeysStructure = structure;
-      if (cacheCurrent && cachedAt == structure) {
-        if (m_subKeyCacheEntries + key.subKeys.size() > kMaxCachedSubKeys) {
-          m_subKeyCache.clear();
-          m_subKeyCacheEntries = 0;
-        }
-        m_subKeyCache[key.id] = key.subKeys;
-        m_subKeyCacheEntries += key.subKeys.size();
-      }
+      if (cachedAt == structure) KeepSubKeys(key.id, structure, key.subKeys);
     }
     if (needLastWrite && HiveGenerations::IsStable(values) && m_generations->Load(Counter::Values) == values) {
       key.subKeysValues = values;
