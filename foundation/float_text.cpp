@@ -30,14 +30,20 @@ int ExponentOf(const FloatText& body) {
   return exponent;
 }
 
+// Writes `magnitude` in `format` with at most `maxPrecision` digits of the `precision` asked for;
+// the digits beyond it are counted as zeros still to come.
+void DigitsText(double magnitude, std::chars_format format, std::int64_t precision, std::int64_t maxPrecision,
+                FloatText& body) {
+  const int capped = static_cast<int>(std::min<std::int64_t>(precision, maxPrecision));
+  const auto result = std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude, format, capped);
+  body.length = static_cast<std::size_t>(result.ptr - body.text);
+  body.extraZeros = static_cast<std::uint64_t>(precision - capped);
+}
+
 }  // namespace
 
 void FixedText(double magnitude, std::int64_t precision, bool alternate, FloatText& body) {
-  const int capped = static_cast<int>(std::min<std::int64_t>(precision, kMaxFixedPrecision));
-  const auto result =
-      std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude, std::chars_format::fixed, capped);
-  body.length = static_cast<std::size_t>(result.ptr - body.text);
-  body.extraZeros = static_cast<std::uint64_t>(precision - capped);
+  DigitsText(magnitude, std::chars_format::fixed, precision, kMaxFixedPrecision, body);
   if (alternate && precision == 0) {
     body.text[body.length++] = '.';
   }
@@ -45,11 +51,7 @@ void FixedText(double magnitude, std::int64_t precision, bool alternate, FloatTe
 }
 
 void ScientificText(double magnitude, std::int64_t precision, bool alternate, FloatText& body) {
-  const int capped = static_cast<int>(std::min<std::int64_t>(precision, kMaxScientificPrecision));
-  const auto result =
-      std::to_chars(body.text, body.text + kFloatTextCapacity - 2, magnitude, std::chars_format::scientific, capped);
-  body.length = static_cast<std::size_t>(result.ptr - body.text);
-  body.extraZeros = static_cast<std::uint64_t>(precision - capped);
+  DigitsText(magnitude, std::chars_format::scientific, precision, kMaxScientificPrecision, body);
   body.zerosAt = ExponentPosition(body);
   if (alternate && precision == 0) {
     InsertAt(body, body.zerosAt, '.');
