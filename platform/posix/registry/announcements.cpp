@@ -1,7 +1,6 @@
 #include "platform/posix/registry/announcements.h"
 
 #include <errno.h>
-#include <linux/futex.h>
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
@@ -10,7 +9,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 
 namespace Platform::Posix {
@@ -23,10 +21,6 @@ constexpr std::size_t kPathUnits = kPathWords * 4;
 template <class T>
 std::atomic_ref<T> Shared(T& value) {
   return std::atomic_ref<T>(value);
-}
-
-long Futex(std::uint32_t* word, int operation, std::uint32_t value, const timespec* timeout) {
-  return ::syscall(SYS_futex, word, operation, value, timeout, nullptr, 0);
 }
 
 // This process's id, asked of the kernel once (and again in a child after fork) rather than at
@@ -164,16 +158,18 @@ void ChangeAnnouncements::Wake() {
   Shared(shared.wake).fetch_add(1, std::memory_order_seq_cst);
   // A watcher counts itself before it compares the wake count in the kernel: either it is
   // counted here, or it sees the new count and does not sleep.
-  if (Shared(shared.sleepers).load(std::memory_order_seq_cst) != 0) Futex(&shared.wake, FUTEX_WAKE, INT_MAX, nullptr);
+  if (Shared(shared.sleepers).load(std::memory_order_seq_cst) != 0) FutexWakeAll(&shared.wake, true);
 }
 
-bool ChangeAnnouncements::Wait(std::uint32_t seen, int milliseconds) {
+bool ChangeAnnouncements::Wait(std::uint32_t seen, const FutexWait* alongside, const timespec* deadline) {
   Header& shared = header();
   Shared(shared.sleepers).fetch_add(1, std::memory_order_seq_cst);
   bool woken = true;
   if (Shared(shared.wake).load(std::memory_order_seq_cst) == seen) {
-    timespec limit{milliseconds / 1000, static_cast<long>(milliseconds % 1000) * 1000000};
-    woken = !(Futex(&shared.wake, FUTEX_WAIT, seen, &limit) != 0 && errno == ETIMEDOUT);
+    FutexWait waits[2] = {{&shared.wake, seen, true}};
+    std::size_t count = 1;
+    if (alongside != nullptr) waits[count++] = *alongside;
+    woken = FutexSleepOnAny(std::span(waits, count), deadline) == FutexWaitResult::Woken;
   }
   Shared(shared.sleepers).fetch_sub(1, std::memory_order_seq_cst);
   return woken;

@@ -25,6 +25,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/posix/futex.h"
 #include "platform/posix/registry/change_record.h"
 
 namespace Platform::Posix {
@@ -66,9 +67,11 @@ public:
   // announced, and sleep on it with Wait.
   std::uint32_t WakeCount() const;
 
-  // Sleeps until the wake count is no longer `seen`, or `milliseconds` pass. Returns false when the
-  // time passed without a wake. Spurious returns are possible.
-  bool Wait(std::uint32_t seen, int milliseconds);
+  // Sleeps until the wake count is no longer `seen`, the word of `alongside` (if not null) no
+  // longer holds its value, or `deadline` (on the monotonic clock, null: none) passes. Returns false
+  // when the deadline passed without a wake. Spurious returns are possible. Sleeping on a word
+  // alongside needs FutexCanSleepOnSeveral.
+  bool Wait(std::uint32_t seen, const FutexWait* alongside, const timespec* deadline);
 
   // Bumps the wake count and wakes every watcher, without announcing anything (to stop a watcher
   // of this process).

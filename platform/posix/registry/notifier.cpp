@@ -1,5 +1,7 @@
 #include "platform/posix/registry/notifier.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 
 #include "platform/registry.h"
@@ -32,7 +34,10 @@ RegistryNotifier::~RegistryNotifier() {
   m_stopping = true;
   for (auto& [file, watched] : m_hives) {
     if (!watched->thread.joinable()) continue;
-    watched->announcements->WakeAll();
+    std::atomic_ref(watched->duty).fetch_add(1);
+    FutexWakeAll(&watched->duty, false);
+    // Without sleeps on two words the watcher sleeps on the wake count alone.
+    if (!FutexCanSleepOnSeveral()) watched->announcements.WakeAll();
     watched->thread.join();
   }
 }
@@ -43,12 +48,11 @@ LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bo
   auto found = m_hives.find(hive.FilePath());
   if (found == m_hives.end()) {
     if (hive.Generations() == nullptr) return ERROR_FILE_NOT_FOUND;
-    auto watched = std::make_unique<WatchedHive>();
-    watched->announcements = &hive.Generations()->Announcements();
+    auto watched = std::make_unique<WatchedHive>(*this, hive.Generations()->Announcements());
     found = m_hives.emplace(hive.FilePath(), std::move(watched)).first;
   }
   WatchedHive& watched = *found->second;
-  std::int64_t last = watched.announcements->Announced();
+  std::int64_t last = watched.announcements.Announced();
   // With no watch in this hive the watcher did not follow it; nothing before now matters.
   if (watched.watches.empty()) watched.lastSeen = std::max(watched.lastSeen, last);
   Watch watch;
@@ -59,7 +63,12 @@ LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bo
   watch.event = event;
   watch.owner = owner;
   watched.watches.push_back(std::move(watch));
+  if (auto object = LookupHandle(event, KernelObjectKind::Event)) {
+    std::static_pointer_cast<Event>(object)->SetSource(&watched);
+  }
   if (!watched.thread.joinable()) watched.thread = std::thread([this, &watched] { Run(watched); });
+  // A watcher that stopped reading while a thread waited must read again unless one still waits.
+  if (watched.helpers.load() == 0 && !watched.watcherReads.load()) watched.CallWatcher(true);
   return ERROR_SUCCESS;
 }
 
@@ -104,10 +113,10 @@ bool RegistryNotifier::Concerns(const Watch& watch, const ChangeRecord& change) 
 
 void RegistryNotifier::ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& signals) {
   if (watched.watches.empty()) return;
-  std::int64_t announced = watched.announcements->Announced();
+  std::int64_t announced = watched.announcements.Announced();
   if (announced <= watched.lastSeen) return;
   std::vector<ChangeRecord> changes;
-  if (watched.announcements->ReadAfter(watched.lastSeen, announced, changes)) {
+  if (watched.announcements.ReadAfter(watched.lastSeen, announced, changes)) {
     FireLocked(watched, changes, signals);
   } else {
     // The ring no longer holds what this process had not read: anything may have changed.
@@ -143,20 +152,63 @@ void RegistryNotifier::OnCommitted(void* context, RegistryHive& hive, const std:
   SignalAll(signals);
 }
 
+void RegistryNotifier::Process(WatchedHive& watched) {
+  std::vector<HANDLE> signals;
+  {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    ProcessLocked(watched, signals);
+  }
+  SignalAll(signals);
+}
+
 void RegistryNotifier::Run(WatchedHive& watched) {
-  ChangeAnnouncements& announcements = *watched.announcements;
+  ::pthread_setname_np(::pthread_self(), "registry-watch");
+  ChangeAnnouncements& announcements = watched.announcements;
+  const bool sleepsOnTwoWords = FutexCanSleepOnSeveral();
   for (;;) {
-    // Read before looking, so that an announcement made meanwhile cuts the next sleep short.
+    // Both read before looking, so that an announcement or a call made meanwhile cuts the next
+    // sleep short.
+    FutexWait call{&watched.duty, std::atomic_ref(watched.duty).load(), false};
     std::uint32_t seen = announcements.WakeCount();
     if (m_stopping) return;
-    std::vector<HANDLE> signals;
-    {
-      std::lock_guard<std::mutex> lock(m_mutex);
-      ProcessLocked(watched, signals);
-    }
-    SignalAll(signals);
-    if (!announcements.Wait(seen, kDeadWriterCheckMilliseconds)) announcements.AnnounceForADeadCommitter();
+    bool reads = watched.helpers.load() == 0;
+    watched.watcherReads.store(reads);
+    if (reads) Process(watched);
+    timespec deadline = FutexDeadline(kDeadWriterCheckMilliseconds);
+    bool woken = reads ? announcements.Wait(seen, sleepsOnTwoWords ? &call : nullptr, &deadline)
+                       : FutexSleep(call, &deadline) == FutexWaitResult::Woken;
+    // A committer that died before its announcement is announced for, whoever reads.
+    if (!woken) announcements.AnnounceForADeadCommitter();
   }
+}
+
+bool RegistryNotifier::WatchedHive::BeginHelping() {
+  if (!FutexCanSleepOnSeveral()) return false;
+  if (helpers.fetch_add(1) == 0) CallWatcher(false);
+  return true;
+}
+
+bool RegistryNotifier::WatchedHive::HelpAndSleep(const FutexWait& own, const timespec* deadline) {
+  std::uint32_t seen = announcements.WakeCount();
+  notifier.Process(*this);
+  if (std::atomic_ref(*own.word).load() != own.value) return true;
+  return announcements.Wait(seen, &own, deadline);
+}
+
+void RegistryNotifier::WatchedHive::EndHelping() {
+  if (helpers.fetch_sub(1) != 1) return;
+  // With no watch left nothing needs reading; the next arming calls the watcher back.
+  bool watching = false;
+  {
+    std::lock_guard<std::mutex> lock(notifier.m_mutex);
+    watching = !watches.empty();
+  }
+  if (watching) CallWatcher(true);
+}
+
+void RegistryNotifier::WatchedHive::CallWatcher(bool reading) {
+  std::atomic_ref(duty).fetch_add(1);
+  if (watcherReads.load() != reading) FutexWakeAll(&duty, false);
 }
 
 }  // namespace Platform::Posix

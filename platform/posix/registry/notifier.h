@@ -12,6 +12,13 @@
 // after the last one it saw, and signals the watches they concern. When its sleep runs out it
 // announces what a writer that died between its commit and its announcement left staged.
 //
+// A thread that waits on the event of a watch (WaitForSingleObject) reads the announcements itself
+// while it sleeps (EventSource), and the watcher thread of that hive then sleeps on a word of its
+// own instead of the wake count: a change made elsewhere wakes the waiting thread alone, not the
+// watcher thread that would then wake it through the event. The watcher takes the announcements
+// back when the last such thread stops waiting while watches remain, or when a watch is armed
+// while no thread waits.
+//
 // A watch remembers the last number announced when it was armed. A change committed after the
 // arming is announced with a higher number, so it is never missed, whichever process made it and
 // however late the watcher wakes; a change committed just before the arming but announced after
@@ -27,6 +34,8 @@
 #include <thread>
 #include <vector>
 
+#include "platform/posix/event.h"
+#include "platform/posix/futex.h"
 #include "platform/posix/registry/announcements.h"
 #include "platform/posix/registry/change_record.h"
 #include "platform/posix/registry/hive.h"
@@ -66,15 +75,39 @@ private:
     HANDLE event = nullptr;
     const void* owner = nullptr;
   };
-  struct WatchedHive {
-    ChangeAnnouncements* announcements = nullptr;  // in the hive's shared memory
-    std::int64_t lastSeen = 0;
-    std::vector<Watch> watches;
+  // The watches of one hive, and the reading of its announcements by its watcher thread or by the
+  // threads that wait on the watches' events.
+  class WatchedHive final : public EventSource {
+  public:
+    WatchedHive(RegistryNotifier& notifier, ChangeAnnouncements& announcements)
+        : notifier(notifier), announcements(announcements) {}
+
+    bool BeginHelping() override;
+    bool HelpAndSleep(const FutexWait& own, const timespec* deadline) override;
+    void EndHelping() override;
+
+    // Asks the watcher thread to look again at whether it reads the announcements, and wakes it
+    // when it does not do what `reading` says.
+    void CallWatcher(bool reading);
+
+    RegistryNotifier& notifier;
+    ChangeAnnouncements& announcements;  // in the hive's shared memory
+    std::int64_t lastSeen = 0;           // under the notifier's mutex
+    std::vector<Watch> watches;          // under the notifier's mutex
     std::thread thread;
+    // Threads inside a wait that reads the announcements; while there are any, the watcher thread
+    // sleeps on `duty` alone.
+    std::atomic<int> helpers{0};
+    // Futex word of the watcher thread, changed when it should decide again whether it reads.
+    std::uint32_t duty = 0;
+    // Whether the watcher thread, at its last decision, sleeps on the wake count.
+    std::atomic<bool> watcherReads{false};
   };
 
   // The watcher thread of one hive.
   void Run(WatchedHive& watched);
+  // Reads the hive's newly announced changes and sets the events of the watches they concern.
+  void Process(WatchedHive& watched);
   // Reads the hive's newly announced changes and collects the events of the watches they concern.
   void ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& signals);
   // Drops the watches of `watched` that `changes` concern and collects their events.
