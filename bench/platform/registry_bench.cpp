@@ -246,8 +246,14 @@ void NotificationLatencyAcrossProcesses(benchmark::State& state) {
     std::map<std::int64_t, std::int64_t> wakes;  // write start: wake
     const DWORD filter = REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC;
     RegNotifyChangeKeyValue(watched.Get(), TRUE, filter, event.Get(), TRUE);
-    // The writer runs as a process of its own, waited for by a thread of this one.
-    std::string command = "'" + g_program + "' --notify-writer '" + times + "' " + std::to_string(state.range(0));
+    // The writer runs as a process of its own, waited for by a thread of this one. Double quotes
+    // suit both /bin/sh and cmd.exe; cmd.exe drops the first and the last quote of its line, so
+    // there the whole line takes one more pair.
+    std::string command =
+        "\"" + g_program + "\" --notify-writer \"" + times + "\" " + std::to_string(state.range(0));
+#if defined(_WIN32)
+    command = "\"" + command + "\"";
+#endif
     int writerResult = -1;
     std::thread writer([&] { writerResult = std::system(command.c_str()); });
     while (WaitForSingleObject(event.Get(), 5000) == WAIT_OBJECT_0) {
