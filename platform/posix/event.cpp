@@ -78,6 +78,11 @@ DWORD Event::WaitHelping(EventSource& source, DWORD milliseconds) {
   }
 }
 
+bool Event::HasObservers() {
+  std::lock_guard lock(m_mutex);
+  return !m_observers.empty();
+}
+
 void Event::AddObserver(SignalObserver* observer) {
   std::lock_guard lock(m_mutex);
   m_observers.push_back(observer);

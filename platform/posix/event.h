@@ -52,6 +52,9 @@ public:
   // counts). Borrowed for the rest of the process.
   void SetSource(EventSource* source) { m_source.store(source, std::memory_order_release); }
 
+  // Whether an observer (a registered wait of the pool) hears of this event's signals. Any thread.
+  bool HasObservers();
+
   WaitableObject* AsWaitable() override { return this; }
   bool TryAcquire() override;
   bool KeepsSignalWhenTaken() const override { return m_manualReset; }

@@ -62,13 +62,17 @@ LSTATUS RegistryNotifier::Arm(RegistryHive& hive, const std::u16string& path, bo
   watch.filter = filter;
   watch.event = event;
   watch.owner = owner;
-  watched.watches.push_back(std::move(watch));
   if (auto object = LookupHandle(event, KernelObjectKind::Event)) {
-    std::static_pointer_cast<Event>(object)->SetSource(&watched);
+    auto* armed = static_cast<Event*>(object.get());
+    armed->SetSource(&watched);
+    watch.observed = armed->HasObservers();
   }
+  bool observed = watch.observed;
+  watched.watches.push_back(std::move(watch));
   if (!watched.thread.joinable()) watched.thread = std::thread([this, &watched] { Run(watched); });
-  // A watcher that stopped reading while a thread waited must read again unless one still waits.
-  if (watched.helpers.load() == 0 && !watched.watcherReads.load()) watched.CallWatcher(true);
+  // A watcher that stopped reading while a thread waited must read again unless one still waits,
+  // and for a watch that a registered wait hears in any case.
+  if ((observed || watched.helpers.load() == 0) && !watched.watcherReads.load()) watched.CallWatcher(true);
   return ERROR_SUCCESS;
 }
 
@@ -152,6 +156,10 @@ void RegistryNotifier::OnCommitted(void* context, RegistryHive& hive, const std:
   SignalAll(signals);
 }
 
+bool RegistryNotifier::AnyObservedLocked(const WatchedHive& watched) {
+  return std::any_of(watched.watches.begin(), watched.watches.end(), [](const Watch& w) { return w.observed; });
+}
+
 void RegistryNotifier::Process(WatchedHive& watched) {
   std::vector<HANDLE> signals;
   {
@@ -172,6 +180,10 @@ void RegistryNotifier::Run(WatchedHive& watched) {
     std::uint32_t seen = announcements.WakeCount();
     if (m_stopping) return;
     bool reads = watched.helpers.load() == 0;
+    if (!reads) {
+      std::lock_guard<std::mutex> lock(m_mutex);
+      reads = AnyObservedLocked(watched);
+    }
     watched.watcherReads.store(reads);
     if (reads) Process(watched);
     timespec deadline = FutexDeadline(kDeadWriterCheckMilliseconds);
@@ -184,6 +196,11 @@ void RegistryNotifier::Run(WatchedHive& watched) {
 
 bool RegistryNotifier::WatchedHive::BeginHelping() {
   if (!FutexCanSleepOnSeveral()) return false;
+  {
+    // The watcher keeps reading for a registered wait; a second reader would only add a wake-up.
+    std::lock_guard<std::mutex> lock(notifier.m_mutex);
+    if (AnyObservedLocked(*this)) return false;
+  }
   if (helpers.fetch_add(1) == 0) CallWatcher(false);
   return true;
 }

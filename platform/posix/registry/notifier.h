@@ -17,7 +17,9 @@
 // own instead of the wake count: a change made elsewhere wakes the waiting thread alone, not the
 // watcher thread that would then wake it through the event. The watcher takes the announcements
 // back when the last such thread stops waiting while watches remain, or when a watch is armed
-// while no thread waits.
+// while no thread waits. It keeps them while a watch's event is heard by a registered wait of the
+// pool: there the signal goes on to a pool thread anyway, and the watcher, which the writer's
+// wake-up usually finds on the writer's own processor, is the quicker first hop.
 //
 // A watch remembers the last number announced when it was armed. A change committed after the
 // arming is announced with a higher number, so it is never missed, whichever process made it and
@@ -74,6 +76,7 @@ private:
     DWORD filter = 0;
     HANDLE event = nullptr;
     const void* owner = nullptr;
+    bool observed = false;  // the event was heard by a registered wait when the watch was armed
   };
   // The watches of one hive, and the reading of its announcements by its watcher thread or by the
   // threads that wait on the watches' events.
@@ -108,6 +111,8 @@ private:
   void Run(WatchedHive& watched);
   // Reads the hive's newly announced changes and sets the events of the watches they concern.
   void Process(WatchedHive& watched);
+  // Whether a watch of `watched` has an event that a registered wait hears.
+  static bool AnyObservedLocked(const WatchedHive& watched);
   // Reads the hive's newly announced changes and collects the events of the watches they concern.
   void ProcessLocked(WatchedHive& watched, std::vector<HANDLE>& signals);
   // Drops the watches of `watched` that `changes` concern and collects their events.
