@@ -142,16 +142,27 @@ protected:
     ASSERT_EQ(0, result.exitCode) << result.output;
   }
 
+  // Arms the watch on the other key for an event that a registered wait already hears.
+  void ArmOtherWatchHeardByThePool() {
+    ASSERT_TRUE(RegisterWaitForSingleObject(
+        &m_registeredWait, m_otherEvent.Get(),
+        [](void* fired, BOOLEAN) { SetEvent(static_cast<HANDLE>(fired)); }, m_otherFired.Get(), INFINITE,
+        WT_EXECUTEONLYONCE));
+    Arm(m_other.Get(), m_otherEvent.Get());
+  }
+
   // Waits on the waited key's event for `wait` milliseconds in a thread of its own, and returns
-  // once that thread sleeps.
-  void StartWaiting(DWORD wait = kSignalWait) {
+  // once that thread sleeps: on two words when it reads the announcements (`reads`), else on one.
+  void StartWaiting(DWORD wait = kSignalWait, bool reads = true) {
     m_waiter = std::thread([this, wait] {
       m_waiterTid = ::gettid();
       m_waitResult = WaitForSingleObject(m_waitedEvent.Get(), wait);
     });
     while (m_waiterTid == 0) std::this_thread::yield();
     m_waiterName = std::to_string(m_waiterTid);
-    EXPECT_TRUE(Eventually([this] { return SleepsOnTwoWords(m_waiterName); }));
+    EXPECT_TRUE(Eventually([this, reads] {
+      return reads ? SleepsOnTwoWords(m_waiterName) : SleepsOnOneWord(m_waiterName);
+    }));
   }
 
   // Ends the waiting thread by changing the waited key in this process, and returns its result.
@@ -239,6 +250,18 @@ TEST_F(RegistryWaitingReaderTest, WatcherThreadLeavesTheWakeCountWhileAThreadWai
   EXPECT_EQ(WAIT_OBJECT_0, StopWaiting());
   // The other key's watch is left, so the watcher reads again.
   EXPECT_TRUE(Eventually(allRead));
+}
+
+TEST_F(RegistryWaitingReaderTest, WatcherKeepsReadingWhileAWatchsEventIsHeardByARegisteredWait) {
+  ASSERT_NO_FATAL_FAILURE(ArmOtherWatchHeardByThePool());
+  Arm(m_waited.Get(), m_waitedEvent.Get());
+  StartWaiting(kSignalWait, false);
+  std::vector<std::string> watchers;
+  ASSERT_TRUE(Eventually([&] { return !(watchers = WatcherThreads()).empty(); }));
+  EXPECT_TRUE(Eventually([&] { return std::all_of(watchers.begin(), watchers.end(), SleepsOnTwoWords); }));
+  ASSERT_NO_FATAL_FAILURE(WriteInAChild(u"Other", 1));
+  EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(m_otherFired.Get(), kSignalWait));
+  EXPECT_EQ(WAIT_OBJECT_0, StopWaiting());
 }
 
 TEST_F(RegistryWaitingReaderTest, WaitOnAWatchedEventTimesOutWhenNothingChanges) {
