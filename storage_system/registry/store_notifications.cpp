@@ -170,7 +170,9 @@ void CStoreDelegate::TimerCallback(void* context, Platform::BOOLEAN timerOrWaitF
 }
 
 void CStoreDelegate::HandleEvent() {
-  // Arm the next watch first, so that no change is lost while this one is handled.
+  // Ask for the next watch first, so that a change made while this one is handled is heard.
+  // DELIBERATE: the watch is armed by a queued work item; a change that comes after the monitors
+  // below have read and before that worker arms goes unheard until a later change.
   if (m_notifyEvent.load() != nullptr) static_cast<void>(RequestNotif());
 
   if (++m_eventsInProgress != 1) {
