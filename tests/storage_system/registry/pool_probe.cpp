@@ -33,10 +33,12 @@ struct TimerRecord {
   std::atomic<bool> deleted{false};
 };
 
-std::mutex timerMutex;
-std::deque<TimerRecord> timerRecords;
+// Pool threads may still run callbacks and work items while the process exits, after a test's
+// last wait: what they touch is never destroyed.
+std::mutex& timerMutex = *new std::mutex;
+std::deque<TimerRecord>& timerRecords = *new std::deque<TimerRecord>;
 // The newest record of each handle value; the system may use a value again after a deletion.
-std::map<Platform::HANDLE, TimerRecord*> timersByHandle;
+std::map<Platform::HANDLE, TimerRecord*>& timersByHandle = *new std::map<Platform::HANDLE, TimerRecord*>;
 thread_local TimerRecord* runningTimer = nullptr;
 
 TimerRecord* FindTimer(Platform::HANDLE timer) {
@@ -53,8 +55,8 @@ void TimerTrampoline(void* context, Platform::BOOLEAN timerOrWaitFired) {
   runningTimer = outer;
 }
 
-std::mutex workMutex;
-std::condition_variable workChanged;
+std::mutex& workMutex = *new std::mutex;
+std::condition_variable& workChanged = *new std::condition_variable;
 bool holdWork = false;
 std::int64_t workQueued = 0;
 std::int64_t workDone = 0;
