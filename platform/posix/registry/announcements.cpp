@@ -1,15 +1,11 @@
 #include "platform/posix/registry/announcements.h"
 
-#include <errno.h>
-#include <poll.h>
-#include <pthread.h>
-#include <signal.h>
-#include <sys/syscall.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
+
+#include "platform/posix/registry/process_liveness.h"
 
 namespace Platform::Posix {
 namespace {
@@ -21,34 +17,6 @@ constexpr std::size_t kPathUnits = kPathWords * 4;
 template <class T>
 std::atomic_ref<T> Shared(T& value) {
   return std::atomic_ref<T>(value);
-}
-
-// This process's id, asked of the kernel once (and again in a child after fork) rather than at
-// every write.
-std::atomic<std::uint32_t> g_processId{0};
-
-std::uint32_t ProcessId() {
-  std::uint32_t id = g_processId.load(std::memory_order_relaxed);
-  if (id != 0) return id;
-  static const int registered = ::pthread_atfork(nullptr, nullptr, [] { g_processId.store(0); });
-  (void)registered;
-  id = static_cast<std::uint32_t>(::getpid());
-  g_processId.store(id, std::memory_order_relaxed);
-  return id;
-}
-
-// Whether the process `id` still runs; a process that ended but was not reaped yet does not.
-bool ProcessRuns(std::uint32_t id) {
-  int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, static_cast<pid_t>(id), 0));
-  if (descriptor >= 0) {
-    pollfd ended{descriptor, POLLIN, 0};
-    int ready = ::poll(&ended, 1, 0);
-    ::close(descriptor);
-    return ready == 0;
-  }
-  if (errno == ESRCH) return false;
-  // Without process descriptors, signal 0 tells a process (or an unreaped one) from none.
-  return ::kill(static_cast<pid_t>(id), 0) == 0 || errno == EPERM;
 }
 
 }  // namespace
@@ -83,7 +51,7 @@ ChangeAnnouncements::Slot& ChangeAnnouncements::slot(std::int64_t sequence) cons
 void ChangeAnnouncements::Stage(std::vector<ChangeRecord>& changes) {
   Header& shared = header();
   // Marked first: a watcher that finds this process gone announces whatever it staged.
-  Shared(shared.committer).store(ProcessId(), std::memory_order_seq_cst);
+  Shared(shared.committer).store(CurrentProcessId(), std::memory_order_seq_cst);
   std::int64_t sequence = Shared(shared.staged).load(std::memory_order_relaxed);
   for (ChangeRecord& change : changes) {
     change.sequence = ++sequence;
@@ -118,7 +86,7 @@ void ChangeAnnouncements::Withdraw(const std::vector<ChangeRecord>& changes) {
   }
 }
 
-void ChangeAnnouncements::Announce(std::int64_t sequence) { Publish(sequence, ProcessId()); }
+void ChangeAnnouncements::Announce(std::int64_t sequence) { Publish(sequence, CurrentProcessId()); }
 
 void ChangeAnnouncements::Publish(std::int64_t sequence, std::uint32_t committer) {
   Header& shared = header();

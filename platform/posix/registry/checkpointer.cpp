@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/posix/registry/hive_vfs.h"
+
 namespace Platform::Posix {
 namespace {
 
@@ -56,7 +58,7 @@ void HiveCheckpointer::Request() {
 
 void HiveCheckpointer::Run() {
   sqlite3* db = nullptr;
-  if (sqlite3_open_v2(m_path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK) {
+  if (sqlite3_open_v2(m_path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, HiveVfsName()) != SQLITE_OK) {
     sqlite3_close_v2(db);
     return;
   }

@@ -6,25 +6,23 @@
 #include <unistd.h>
 
 namespace Platform::Posix {
-namespace {
-
-// The counters take the first page; the announcements start on the next.
-constexpr std::size_t kPage = 4096;
-constexpr std::size_t kFileSize = kPage + (ChangeAnnouncements::kSize + kPage - 1) / kPage * kPage;
-
-}  // namespace
-
-std::unique_ptr<HiveGenerations> HiveGenerations::Open(const std::string& path, bool create) {
+int HiveGenerations::OpenFile(const std::string& path, bool create) {
   int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0644);
-  if (fd < 0) return nullptr;
+  if (fd < 0) return -1;
   struct stat status {};
   // Growing is the only change made to the size, so that two processes that create the file at
   // the same time never wipe counters the other one already advanced.
   if (::fstat(fd, &status) != 0 ||
       (status.st_size < static_cast<off_t>(kFileSize) && ::ftruncate(fd, kFileSize) != 0)) {
     ::close(fd);
-    return nullptr;
+    return -1;
   }
+  return fd;
+}
+
+std::unique_ptr<HiveGenerations> HiveGenerations::Open(const std::string& path, bool create) {
+  int fd = OpenFile(path, create);
+  if (fd < 0) return nullptr;
   void* mapping = ::mmap(nullptr, kFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
   if (mapping == MAP_FAILED) {
     ::close(fd);
@@ -35,7 +33,7 @@ std::unique_ptr<HiveGenerations> HiveGenerations::Open(const std::string& path, 
 
 HiveGenerations::HiveGenerations(int fd, void* mapping)
     : m_fd(fd), m_mapping(mapping), m_counters(static_cast<std::uint64_t*>(mapping)),
-      m_announcements(static_cast<unsigned char*>(mapping) + kPage) {}
+      m_announcements(static_cast<unsigned char*>(mapping) + kAnnouncementsOffset) {}
 
 HiveGenerations::~HiveGenerations() {
   ::munmap(m_mapping, kFileSize);

@@ -1,5 +1,6 @@
-// The memory a hive shares with every process that uses it: its change counters, and the
-// announcements of its changes to the watchers (announcements.h).
+// The memory a hive shares with every process that uses it: its change counters, the
+// announcements of its changes to the watchers (announcements.h), and the WAL-index locks of its
+// SQLite connections (wal_index_locks.h, which hive_vfs.cpp maps on its own).
 //
 // Each hive has a small file beside it ("<hive>.db-gen") that every process maps. It holds two
 // counters, one for the shape of the tree (keys created or deleted) and one for the values. A
@@ -17,12 +18,24 @@
 #include <string>
 
 #include "platform/posix/registry/announcements.h"
+#include "platform/posix/registry/wal_index_locks.h"
 
 namespace Platform::Posix {
 
 class HiveGenerations {
 public:
   enum class Counter { Structure = 0, Values = 1 };
+
+  // The file's layout: the counters on the first page, then the announcements, then the locks.
+  static constexpr std::size_t kPage = 4096;
+  static constexpr std::size_t kAnnouncementsOffset = kPage;
+  static constexpr std::size_t kLocksOffset =
+      kAnnouncementsOffset + (ChangeAnnouncements::kSize + kPage - 1) / kPage * kPage;
+  static constexpr std::size_t kFileSize = kLocksOffset + (WalIndexLocks::kSize + kPage - 1) / kPage * kPage;
+
+  // Opens the file at `path` for reading and writing, creating it when `create` is set, and grows
+  // it to kFileSize. Returns the descriptor (the caller owns it), or -1.
+  static int OpenFile(const std::string& path, bool create);
 
   // Maps the file at `path`, creating it when `create` is set. Returns null when it cannot be
   // opened (a hive in a read-only folder without the file): the hive then works without caches

@@ -7,6 +7,7 @@
 #include "platform/debug_channel.h"
 #include "platform/posix/registry/hive.h"
 #include "platform/posix/registry/hive_statements.h"
+#include "platform/posix/registry/hive_vfs.h"
 #include "platform/posix/registry/hive_transaction.h"
 #include "platform/registry.h"
 
@@ -109,7 +110,7 @@ LSTATUS RegistryHive::Open(const std::string& folder, const std::string& name, c
     flags |= SQLITE_OPEN_READWRITE | SQLITE_OPEN_MEMORY;
     target = ":memory:";
   }
-  int result = sqlite3_open_v2(target.c_str(), &opened->m_db, flags, nullptr);
+  int result = sqlite3_open_v2(target.c_str(), &opened->m_db, flags, HiveVfsName());
   if (result != SQLITE_OK) return opened->OpeningFailed(result, sqlite3_errstr(result));
   bool inMemory = target == ":memory:";
   opened->m_writable = folderWritable && sqlite3_db_readonly(opened->m_db, "main") == 0;
