@@ -12,7 +12,8 @@
 // A process killed while it holds locks leaves its slots marked. A connection that finds a
 // conflict with a slot whose process no longer runs clears that slot and looks again; a slot is
 // claimed the same way. (A dead owner whose process id a new process took before anyone looked
-// would keep its locks; process ids come round again only after millions of processes.)
+// would keep its locks; process ids come round again only after millions of processes.) Every
+// process of a hive must therefore see the others' process ids: one process id namespace.
 //
 // Any thread of any process may call any member; a slot is used by one connection at a time.
 #pragma once
