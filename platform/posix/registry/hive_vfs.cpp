@@ -31,6 +31,8 @@ struct FileState {
   int slot = -1;  // the connection's slot in the table, claimed at its first lock
 };
 
+// The registered VFS, a copy of the default one with its own xOpen, and what its files share. Made
+// once and kept for the life of the process, as SQLite keeps a pointer to it.
 struct Vfs {
   sqlite3_vfs vfs{};
   sqlite3_vfs* base = nullptr;
@@ -85,6 +87,8 @@ void ReleaseTable(LockTable* released) {
   }
 }
 
+// SQLite's xShmLock, xShmUnmap and xClose for a hive's main database file. Called by the thread
+// that uses the connection; SQLITE_BUSY means a lock another connection holds.
 int ShmLock(sqlite3_file* file, int offset, int count, int flags) {
   FileState& state = StateOf(file);
   const bool exclusive = (flags & SQLITE_SHM_EXCLUSIVE) != 0;
