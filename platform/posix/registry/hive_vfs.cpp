@@ -18,7 +18,7 @@ namespace {
 
 // The lock table of one hive, mapped once per process and shared by its connections.
 struct LockTable {
-  int fd = -1;
+  std::string genPath;  // its key in Vfs::tables
   void* mapping = nullptr;
   int users = 0;
   WalIndexLocks locks{nullptr};
@@ -57,15 +57,18 @@ LockTable* AcquireTable(const std::string& genPath, bool create) {
   std::unique_ptr<LockTable>& table = vfs.tables[genPath];
   if (!table) {
     int fd = HiveGenerations::OpenFile(genPath, create);
-    void* mapping = fd < 0 ? MAP_FAILED
-                           : ::mmap(nullptr, HiveGenerations::kFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    void* mapping = MAP_FAILED;
+    if (fd >= 0) {
+      // The mapping keeps the file; the descriptor is not needed any more.
+      mapping = ::mmap(nullptr, HiveGenerations::kFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+      ::close(fd);
+    }
     if (mapping == MAP_FAILED) {
-      if (fd >= 0) ::close(fd);
       vfs.tables.erase(genPath);
       return nullptr;
     }
     table = std::make_unique<LockTable>();
-    table->fd = fd;
+    table->genPath = genPath;
     table->mapping = mapping;
     table->locks = WalIndexLocks(static_cast<unsigned char*>(mapping) + HiveGenerations::kLocksOffset);
   }
@@ -78,13 +81,7 @@ void ReleaseTable(LockTable* released) {
   std::lock_guard<std::mutex> lock(vfs.mutex);
   if (--released->users > 0) return;
   ::munmap(released->mapping, HiveGenerations::kFileSize);
-  ::close(released->fd);
-  for (auto it = vfs.tables.begin(); it != vfs.tables.end(); ++it) {
-    if (it->second.get() == released) {
-      vfs.tables.erase(it);
-      break;
-    }
-  }
+  vfs.tables.erase(vfs.tables.find(released->genPath));
 }
 
 // SQLite's xShmLock, xShmUnmap and xClose for a hive's main database file. Called by the thread
