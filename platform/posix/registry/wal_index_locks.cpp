@@ -18,6 +18,12 @@ std::atomic_ref<std::uint64_t> Word(std::uint64_t* slots, std::size_t index) {
 
 std::uint32_t Owner(std::uint64_t word) { return static_cast<std::uint32_t>(word >> kOwnerShift); }
 
+// The bits of locks `first` to `first + count - 1` in a slot's word, shared or exclusive.
+std::uint64_t Marks(int first, int count, bool exclusive) {
+  const std::uint64_t locks = ((1u << count) - 1u) << first;
+  return exclusive ? locks << kExclusiveShift : locks;
+}
+
 }  // namespace
 
 bool WalIndexLocks::ClearIfDead(std::size_t slot, std::uint64_t seen) {
@@ -48,10 +54,9 @@ int WalIndexLocks::Claim() {
 void WalIndexLocks::Release(int slot) { Word(m_slots, slot).store(0, std::memory_order_seq_cst); }
 
 bool WalIndexLocks::Lock(int slot, int first, int count, bool exclusive) {
-  const std::uint64_t locks = ((1u << count) - 1u) << first;
-  const std::uint64_t mark = exclusive ? locks << kExclusiveShift : locks;
+  const std::uint64_t mark = Marks(first, count, exclusive);
   // Exclusive conflicts with anything held; shared only with exclusive.
-  const std::uint64_t conflicts = exclusive ? (locks | locks << kExclusiveShift) : locks << kExclusiveShift;
+  const std::uint64_t conflicts = Marks(first, count, true) | (exclusive ? Marks(first, count, false) : 0);
   auto own = Word(m_slots, slot);
   // The mark goes first and every look comes after it (both sequentially consistent): of two
   // connections that want conflicting locks at once, at least one sees the other.
@@ -71,8 +76,7 @@ bool WalIndexLocks::Lock(int slot, int first, int count, bool exclusive) {
 }
 
 void WalIndexLocks::Unlock(int slot, int first, int count, bool exclusive) {
-  const std::uint64_t locks = ((1u << count) - 1u) << first;
-  Word(m_slots, slot).fetch_and(~(exclusive ? locks << kExclusiveShift : locks), std::memory_order_seq_cst);
+  Word(m_slots, slot).fetch_and(~Marks(first, count, exclusive), std::memory_order_seq_cst);
 }
 
 }  // namespace Platform::Posix

@@ -103,6 +103,27 @@ TEST_F(HiveVfsTest, TheWriteLockIsHeldInTheGenFileAndNotAsARecordLock) {
   EXPECT_EQ(Run(first, "COMMIT"), SQLITE_OK);
 }
 
+TEST_F(HiveVfsTest, AConnectionFindingEverySlotHeldByARunningProcessIsRefusedUntilOneIsFree) {
+  CreateTable();
+  ASSERT_EQ(sqlite3_close_v2(first), SQLITE_OK);
+  first = nullptr;
+  int fd = ::open((Database() + "-gen").c_str(), O_RDWR);
+  ASSERT_GE(fd, 0);
+  void* mapping = ::mmap(nullptr, HiveGenerations::kFileSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  ::close(fd);
+  ASSERT_NE(mapping, MAP_FAILED);
+  auto* slots = reinterpret_cast<std::uint64_t*>(static_cast<unsigned char*>(mapping) + HiveGenerations::kLocksOffset);
+  // Every slot owned by this process, which runs: none can be taken over.
+  for (std::size_t slot = 0; slot < WalIndexLocks::kSlotCount; ++slot) {
+    slots[slot] = static_cast<std::uint64_t>(::getpid()) << 32;
+  }
+  second = Connect();
+  EXPECT_NE(Run(second, "SELECT v FROM t"), SQLITE_OK);
+  slots[WalIndexLocks::kSlotCount - 1] = 0;
+  EXPECT_EQ(Run(second, "SELECT v FROM t"), SQLITE_OK);
+  ::munmap(mapping, HiveGenerations::kFileSize);
+}
+
 TEST_F(HiveVfsTest, AWriterKilledInItsTransactionDoesNotKeepTheNextOneOut) {
   CreateTable();
   pid_t child = ::fork();
